@@ -26,9 +26,13 @@ consteval std::array<uint8_t, N - 1> scramble(const char (&plain)[N]) {
 constexpr auto kScrambledName = scramble("ORX_VML_MODE");
 
 const char* read_mode_variable() noexcept {
+  // The empty asm hides the key's value from the optimiser, which would
+  // otherwise fold the loop back into the plain name.
+  uint8_t key = kNameKey;
+  __asm__("" : "+r"(key));
   char name[kScrambledName.size() + 1];
   for (size_t i = 0; i < kScrambledName.size(); ++i)
-    name[i] = static_cast<char>(kScrambledName[i] ^ static_cast<uint8_t>(kNameKey + 13 * i));
+    name[i] = static_cast<char>(kScrambledName[i] ^ static_cast<uint8_t>(key + 13 * i));
   name[kScrambledName.size()] = '\0';
   return std::getenv(name);
 }

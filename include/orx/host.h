@@ -25,7 +25,8 @@ enum {
 /* 0: run threader(item, thread, ctx) for every item in 0..nitems-1 on at most
    nthreads threads of a persistent pool (the caller is thread 0), and return
    when all are done. A call made from inside a running threader, or while
-   another thread is using the pool, runs its items on the calling thread. */
+   another thread is using the pool, runs its items on the calling thread.
+   Requests above 256 threads are clamped to 256. */
 typedef void (*orx_host_run_fn)(orx_threader_fn threader, int64_t nitems, int64_t nthreads,
                                 void* ctx);
 /* 1: set the count that entry 4 reports; n <= 0 restores the default. */
@@ -34,7 +35,8 @@ typedef void (*orx_host_set_num_threads_fn)(int64_t n);
 typedef void* (*orx_host_allocate_fn)(size_t bytes, size_t alignment);
 typedef void (*orx_host_deallocate_fn)(void* block);
 /* 4: threads available: ORX_NUM_THREADS when set to a positive integer, else
-   the hardware concurrency (at least 1), unless entry 1 has set a count. */
+   the hardware concurrency (at least 1), unless entry 1 has set a count. The
+   variable is read on every call. */
 typedef int64_t (*orx_host_num_threads_fn)(void);
 
 /* The table itself: ORX_HOST_SERVICE_COUNT function pointers. */
@@ -60,7 +62,7 @@ typedef struct orx_host_message {
 typedef void (*orx_host_message_sink)(const orx_host_message* message, void* ctx);
 
 /* Send messages to `sink` instead of standard error; a null sink restores
-   standard error. Process-wide. */
+   standard error. Process-wide; the sink is called by one thread at a time. */
 ORX_API void orx_host_test_capture_messages(orx_host_message_sink sink, void* ctx) ORX_NOEXCEPT;
 
 #endif
