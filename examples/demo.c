@@ -26,7 +26,7 @@ static void vector_math(void) {
   for (int i = 0; i < 9; ++i) printf(" %g", r[i]);
   printf("\n");
 
-  const orx_complex16 z[3] = {{3, 4}, {-5, 12}, {1e308, 1e308}};
+  const orx_complex16 z[3] = {{3, 4}, {-5, 12}, {1.5e308, 1.5e308}};
   double m[3];
   orx_vml_kernel_SetErrorCallBack(report);
   orx_vml_kernel_SetMode(ORX_VML_ERRMODE_CALLBACK); /* errors go to the callback only */
