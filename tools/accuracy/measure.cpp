@@ -75,7 +75,9 @@ double draw(const SubRange& range, char type, bool by_ordinal, uint64_t& state) 
   if (by_ordinal) {
     const int64_t lo = ordinal(range.lo, type), hi = ordinal(range.hi, type);
     const uint64_t span = static_cast<uint64_t>(hi) - static_cast<uint64_t>(lo);
-    return from_ordinal(lo + static_cast<int64_t>(below_or_equal(splitmix64(state), span)), type);
+    // Unsigned arithmetic: lo + offset may pass through values an int64 cannot hold.
+    const uint64_t offset = below_or_equal(splitmix64(state), span);
+    return from_ordinal(static_cast<int64_t>(static_cast<uint64_t>(lo) + offset), type);
   }
   const double u = static_cast<double>(splitmix64(state) >> 11) * 0x1p-53;
   double x = range.lo * (1 - u) + range.hi * u;  // no overflow for ends of opposite sign
@@ -176,6 +178,7 @@ std::vector<Samples> make_samples(const FunctionSpec& spec, size_t per_range, ui
       uint64_t state = row_seed + k;
       out[k] = sample_range(spec, spec.ranges[k], per_range, splitmix64(state));
     }
+    mpfr_free_cache();  // MPFR's constant caches are per thread: free this thread's
   };
   const unsigned threads =
       mpfr_buildopt_tls_p() ? std::max(1u, std::min<unsigned>(std::thread::hardware_concurrency(),
