@@ -6,6 +6,8 @@
 
 #include <cstdint>
 
+#include "vml/kernels/exp/sexp_poly.h"
+
 namespace orx::vml::sexp {
 
 inline __m128 splat_bits(uint32_t bits) {
@@ -29,37 +31,57 @@ inline constexpr uint32_t kLn2Hi = 0x3F317200;  // 0.693145751953125
 inline constexpr uint32_t kLn2Lo = 0x35BFBE8E;  // 1.42860682e-6 = ln 2 - kLn2Hi
 inline constexpr uint32_t kLn2 = 0x3F317218;    // ln 2 rounded, for EP
 
+// e^r with n = round(x / ln 2); n23 = n << 23, the power of two as it adds
+// into a float's exponent field.
 struct Reduced {
-  __m128 y;    // e^r, in [0.707, 1.415]
-  __m128i n;   // integer power of two
+  __m128 y;     // e^r, in [0.707, 1.415]
+  __m128i n23;  // n << 23
 };
 
-inline __m128 round_to_multiple_of_ln2(__m128 x, __m128i& n) {
+// k = round(x / ln 2) as a float, and n << 23. The shifted sum holds
+// 0x4B400000 + n in its bits; shifting those left by 23 drops the constant
+// (its lowest set bit is bit 22) and leaves n << 23.
+inline __m128 round_to_multiple_of_ln2(__m128 x, __m128i& n23) {
   const __m128 t = _mm_add_ps(_mm_mul_ps(x, splat_bits(kInvLn2)), splat_bits(kShifter));
-  n = _mm_sub_epi32(_mm_castps_si128(t), _mm_castps_si128(splat_bits(kShifter)));
+  n23 = _mm_slli_epi32(_mm_castps_si128(t), 23);
   return _mm_sub_ps(t, splat_bits(kShifter));
 }
 
-// HA: two-part reduction and the Taylor polynomial of degree 7 (truncation
-// r^8/8! * e^r <= 3.7e-9 absolute, 0.06 ulp of y, at r = -0.347). Rounding
-// errors that would each cost up to a quarter ulp of y are carried instead
-// of dropped: c, the rounding error of r = (x - k ln2hi) - k ln2lo, and e,
-// that of 1 + r (both by Fast2Sum, exact under round-to-nearest), so that
-// y = (1 + r) + (e + (c + r^2 q)) is rounded in full only once, at the end.
+// Bound of |r|: ln 2 / 2 = 0.34657, plus the rounding of x / ln 2 (at most
+// 2^-24 * 128 * ln 2 = 5.3e-6).
+inline constexpr long double kReducedBound = 0.3466L;
+
+// q(r) ~ (e^r - 1 - r) / r^2, degree 4, interpolated at the Chebyshev nodes
+// of [-0.3466, 0.3466]: with the coefficients rounded to float,
+// 1 + r + r^2 q(r) is within 8.1e-9 of e^r (at r = 0.3466; 0.13 ulp of e^r
+// at the low end, r = -0.3466, where e^r = 0.707 has ulps of 2^-24).
+inline constexpr auto kExpTailHA =
+    poly::chebyshev_fit<5>(poly::exp_tail<2>, -kReducedBound, kReducedBound);
+
+// HA: two-part reduction, t = x - k ln2hi exact, r = t - k ln2lo rounded,
+// and e^r = (1 + t) + ((r^2 q(r) - k ln2lo) + e), where e is the rounding
+// error of 1 + t (Fast2Sum, exact under round-to-nearest). Only t and k ln2lo
+// enter the sum at full weight, and both are exact (k ln2lo to 2^-40); the
+// rounded r only feeds r^2 q, whose error it moves by at most
+// |e^r - 1| * 2^-26 = 4.4e-9. e^r is rounded in full once, at the end.
 struct CoreHA {
   static Reduced reduce(__m128 x) {
     Reduced out;
-    const __m128 k = round_to_multiple_of_ln2(x, out.n);
+    const __m128 k = round_to_multiple_of_ln2(x, out.n23);
     const __m128 t = _mm_sub_ps(x, _mm_mul_ps(k, splat_bits(kLn2Hi)));  // exact
     const __m128 k_lo = _mm_mul_ps(k, splat_bits(kLn2Lo));
     const __m128 r = _mm_sub_ps(t, k_lo);
-    const __m128 c = _mm_sub_ps(_mm_sub_ps(t, r), k_lo);
-    __m128 q = _mm_set1_ps(inv_factorial(7));
-    for (int d = 6; d >= 2; --d) q = _mm_add_ps(_mm_mul_ps(q, r), _mm_set1_ps(inv_factorial(d)));
-    const __m128 tail = _mm_add_ps(c, _mm_mul_ps(_mm_mul_ps(r, r), q));
+    // q by Estrin's scheme, (c0 + c1 r) + r^2 ((c2 + c3 r) + r^2 c4): one
+    // operation more than Horner's rule but half its dependency chain.
+    const auto c = [](int i) { return _mm_set1_ps(static_cast<float>(kExpTailHA[i])); };
+    const __m128 r2 = _mm_mul_ps(r, r);
+    const __m128 low = _mm_add_ps(c(0), _mm_mul_ps(c(1), r));
+    const __m128 high = _mm_add_ps(_mm_add_ps(c(2), _mm_mul_ps(c(3), r)), _mm_mul_ps(r2, c(4)));
+    const __m128 q = _mm_add_ps(low, _mm_mul_ps(r2, high));
+    const __m128 tail = _mm_sub_ps(_mm_mul_ps(r2, q), k_lo);
     const __m128 one = _mm_set1_ps(1.0f);
-    const __m128 head = _mm_add_ps(one, r);
-    const __m128 e = _mm_add_ps(_mm_sub_ps(one, head), r);
+    const __m128 head = _mm_add_ps(one, t);
+    const __m128 e = _mm_add_ps(_mm_sub_ps(one, head), t);
     out.y = _mm_add_ps(head, _mm_add_ps(e, tail));
     return out;
   }
@@ -70,7 +92,7 @@ struct CoreHA {
 struct CoreEP {
   static Reduced reduce(__m128 x) {
     Reduced out;
-    const __m128 k = round_to_multiple_of_ln2(x, out.n);
+    const __m128 k = round_to_multiple_of_ln2(x, out.n23);
     const __m128 r = _mm_sub_ps(x, _mm_mul_ps(k, splat_bits(kLn2)));
     __m128 q = _mm_set1_ps(inv_factorial(4));
     for (int d = 3; d >= 1; --d) q = _mm_add_ps(_mm_mul_ps(q, r), _mm_set1_ps(inv_factorial(d)));
@@ -79,11 +101,10 @@ struct CoreEP {
   }
 };
 
-// y * 2^n for n in [-126, 127], 2^n built in the exponent field: exact
-// whenever the product is normal.
+// y * 2^n by an integer add into the exponent field: exact whenever y * 2^n
+// is normal (the block path keeps n in [-126, 126]).
 inline __m128 scale(const Reduced& v) {
-  const __m128i bits = _mm_slli_epi32(_mm_add_epi32(v.n, _mm_set1_epi32(127)), 23);
-  return _mm_mul_ps(v.y, _mm_castsi128_ps(bits));
+  return _mm_castsi128_ps(_mm_add_epi32(_mm_castps_si128(v.y), v.n23));
 }
 
 }  // namespace orx::vml::sexp
