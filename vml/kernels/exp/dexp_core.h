@@ -8,7 +8,9 @@
 
 #include <emmintrin.h>
 
+#include <array>
 #include <bit>
+#include <cstddef>
 #include <cstdint>
 
 namespace orx::vml::dexp {
@@ -62,37 +64,6 @@ inline double ha_value(double x) {
   return v.unscaled * ha_scale(v.n);
 }
 
-inline __m128d splat(double v) { return _mm_set1_pd(v); }
-
-// Table indices of the two lanes (the low bits of t hold N).
-inline int lane0_index(__m128i tbits, int mask) { return _mm_cvtsi128_si32(tbits) & mask; }
-inline int lane1_index(__m128i tbits, int mask) {
-  return _mm_cvtsi128_si32(_mm_shuffle_epi32(tbits, 0xEE)) & mask;
-}
-
-// Two lanes of the HA fast path. The final x 2^m is done as an integer
-// addition of m to the exponent field of the unscaled value: in the fast range
-// both it and the result are normal, so this gives the bits of the product.
-inline __m128d ha_vector(__m128d x) {
-  const __m128d t = _mm_add_pd(_mm_mul_pd(x, splat(kInvLn64)), splat(kShifter));
-  const __m128i tbits = _mm_castpd_si128(t);
-  const __m128d k = _mm_sub_pd(t, splat(kShifter));
-  const __m128d r = _mm_sub_pd(_mm_sub_pd(x, _mm_mul_pd(k, splat(kLnHi64))),
-                               _mm_mul_pd(k, splat(kLnLo64)));
-  const double* e0 = reinterpret_cast<const double*>(kExp2HiLo[lane0_index(tbits, 63)]);
-  const double* e1 = reinterpret_cast<const double*>(kExp2HiLo[lane1_index(tbits, 63)]);
-  const __m128d thi = _mm_loadh_pd(_mm_load_sd(e0), e1);
-  const __m128d tlo = _mm_loadh_pd(_mm_load_sd(e0 + 1), e1 + 1);
-  // m << 52: the low bits of N above its six table bits, moved to the exponent.
-  const __m128i m_bits = _mm_slli_epi64(_mm_and_si128(tbits, _mm_set1_epi64x(~int64_t{63})), 46);
-  __m128d poly = _mm_add_pd(_mm_mul_pd(splat(kA5), r), splat(kA4));
-  poly = _mm_add_pd(_mm_mul_pd(poly, r), splat(kA3));
-  poly = _mm_add_pd(_mm_mul_pd(poly, r), splat(kA2));
-  const __m128d p = _mm_add_pd(r, _mm_mul_pd(_mm_mul_pd(r, r), poly));
-  const __m128d unscaled =
-      _mm_add_pd(thi, _mm_add_pd(tlo, _mm_mul_pd(p, _mm_add_pd(thi, tlo))));
-  return _mm_castsi128_pd(_mm_add_epi64(_mm_castpd_si128(unscaled), m_bits));
-}
 
 // ---- LA and EP: J = 128 -----------------------------------------------------
 inline constexpr double kInvLn128 = from_bits(0x40671547652B82FE);  // 128 / ln 2
@@ -105,15 +76,82 @@ inline constexpr double kB3 = from_bits(0x3FC55555B7BAE976);
 inline constexpr double kB4 = from_bits(0x3FA55555C2A9C0FA);
 inline constexpr int64_t kBias128 = 0x1FF80;  // 1023 * 128
 
+// ---- two-lane constants -------------------------------------------------------
+// The vector paths read their constants as 16-byte pairs of equal doubles,
+// defined in another file (dexp_pairs.cpp) so that each is one memory operand
+// of its instruction: with the values in sight the compiler rebuilds every
+// splatted constant in every block instead, about 4 extra operations per
+// element.
+inline constexpr double kHalf = 0.5;
+enum class Pair { kInvLn64, kShifter, kLnHi64, kLnLo64, kA2, kA3, kA4, kA5, kInvLn128, kLnHi128, kLnLo128, kLn128, kB2, kB3, kB4, kHalf, kCount };
+constexpr double pair_value(Pair p) {
+  switch (p) {
+    case Pair::kInvLn64: return kInvLn64;
+    case Pair::kShifter: return kShifter;
+    case Pair::kLnHi64: return kLnHi64;
+    case Pair::kLnLo64: return kLnLo64;
+    case Pair::kA2: return kA2;
+    case Pair::kA3: return kA3;
+    case Pair::kA4: return kA4;
+    case Pair::kA5: return kA5;
+    case Pair::kInvLn128: return kInvLn128;
+    case Pair::kLnHi128: return kLnHi128;
+    case Pair::kLnLo128: return kLnLo128;
+    case Pair::kLn128: return kLn128;
+    case Pair::kB2: return kB2;
+    case Pair::kB3: return kB3;
+    case Pair::kB4: return kB4;
+    case Pair::kHalf: return kHalf;
+    case Pair::kCount: break;
+  }
+  return 0;
+}
+struct alignas(16) LanePair {
+  double lane[2];
+};
+extern const std::array<LanePair, static_cast<size_t>(Pair::kCount)> kPairs;
+inline __m128d lane_pair(Pair p) { return _mm_load_pd(kPairs[static_cast<size_t>(p)].lane); }
+
+// ---- HA: vector path ------------------------------------------------------------
+// Table indices of the two lanes (the low bits of t hold N).
+inline int lane0_index(__m128i tbits, int mask) { return _mm_cvtsi128_si32(tbits) & mask; }
+inline int lane1_index(__m128i tbits, int mask) {
+  return _mm_cvtsi128_si32(_mm_shuffle_epi32(tbits, 0xEE)) & mask;
+}
+
+// Two lanes of the HA fast path. The final x 2^m is done as an integer
+// addition of m to the exponent field of the unscaled value: in the fast range
+// both it and the result are normal, so this gives the bits of the product.
+[[gnu::always_inline]] inline __m128d ha_vector(__m128d x) {
+  const __m128d t = _mm_add_pd(_mm_mul_pd(x, lane_pair(Pair::kInvLn64)), lane_pair(Pair::kShifter));
+  const __m128i tbits = _mm_castpd_si128(t);
+  const __m128d k = _mm_sub_pd(t, lane_pair(Pair::kShifter));
+  const __m128d r = _mm_sub_pd(_mm_sub_pd(x, _mm_mul_pd(k, lane_pair(Pair::kLnHi64))),
+                               _mm_mul_pd(k, lane_pair(Pair::kLnLo64)));
+  const double* e0 = reinterpret_cast<const double*>(kExp2HiLo[lane0_index(tbits, 63)]);
+  const double* e1 = reinterpret_cast<const double*>(kExp2HiLo[lane1_index(tbits, 63)]);
+  const __m128d thi = _mm_loadh_pd(_mm_load_sd(e0), e1);
+  const __m128d tlo = _mm_loadh_pd(_mm_load_sd(e0 + 1), e1 + 1);
+  // m << 52: the low bits of N above its six table bits, moved to the exponent.
+  const __m128i m_bits = _mm_slli_epi64(_mm_and_si128(tbits, _mm_set1_epi64x(~int64_t{63})), 46);
+  __m128d poly = _mm_add_pd(_mm_mul_pd(lane_pair(Pair::kA5), r), lane_pair(Pair::kA4));
+  poly = _mm_add_pd(_mm_mul_pd(poly, r), lane_pair(Pair::kA3));
+  poly = _mm_add_pd(_mm_mul_pd(poly, r), lane_pair(Pair::kA2));
+  const __m128d p = _mm_add_pd(r, _mm_mul_pd(_mm_mul_pd(r, r), poly));
+  const __m128d unscaled =
+      _mm_add_pd(thi, _mm_add_pd(tlo, _mm_mul_pd(p, _mm_add_pd(thi, tlo))));
+  return _mm_castsi128_pd(_mm_add_epi64(_mm_castpd_si128(unscaled), m_bits));
+}
+
 struct LowAccuracy {  // LA: two-part reduction, degree-4 polynomial
   static double reduce(double x, double k) { return (x - k * kLnHi128) - k * kLnLo128; }
   static double poly(double r) { return r + r * r * ((kB4 * r + kB3) * r + kB2); }
   static __m128d reduce(__m128d x, __m128d k) {
-    return _mm_sub_pd(_mm_sub_pd(x, _mm_mul_pd(k, splat(kLnHi128))), _mm_mul_pd(k, splat(kLnLo128)));
+    return _mm_sub_pd(_mm_sub_pd(x, _mm_mul_pd(k, lane_pair(Pair::kLnHi128))), _mm_mul_pd(k, lane_pair(Pair::kLnLo128)));
   }
   static __m128d poly(__m128d r) {
-    __m128d q = _mm_add_pd(_mm_mul_pd(splat(kB4), r), splat(kB3));
-    q = _mm_add_pd(_mm_mul_pd(q, r), splat(kB2));
+    __m128d q = _mm_add_pd(_mm_mul_pd(lane_pair(Pair::kB4), r), lane_pair(Pair::kB3));
+    q = _mm_add_pd(_mm_mul_pd(q, r), lane_pair(Pair::kB2));
     return _mm_add_pd(r, _mm_mul_pd(_mm_mul_pd(r, r), q));
   }
 };
@@ -121,8 +159,8 @@ struct LowAccuracy {  // LA: two-part reduction, degree-4 polynomial
 struct EnhancedPerformance {  // EP: one-constant reduction, r + r^2 / 2
   static double reduce(double x, double k) { return x - k * kLn128; }
   static double poly(double r) { return r + r * r * 0.5; }
-  static __m128d reduce(__m128d x, __m128d k) { return _mm_sub_pd(x, _mm_mul_pd(k, splat(kLn128))); }
-  static __m128d poly(__m128d r) { return _mm_add_pd(r, _mm_mul_pd(_mm_mul_pd(r, r), splat(0.5))); }
+  static __m128d reduce(__m128d x, __m128d k) { return _mm_sub_pd(x, _mm_mul_pd(k, lane_pair(Pair::kLn128))); }
+  static __m128d poly(__m128d r) { return _mm_add_pd(r, _mm_mul_pd(_mm_mul_pd(r, r), lane_pair(Pair::kHalf))); }
 };
 
 struct Parts128 {
@@ -157,10 +195,10 @@ double value128(double x) {
 }
 
 template <class Core>
-__m128d vector128(__m128d x) {
-  const __m128d t = _mm_add_pd(_mm_mul_pd(x, splat(kInvLn128)), splat(kShifter));
+[[gnu::always_inline]] inline __m128d vector128(__m128d x) {
+  const __m128d t = _mm_add_pd(_mm_mul_pd(x, lane_pair(Pair::kInvLn128)), lane_pair(Pair::kShifter));
   const __m128i tbits = _mm_castpd_si128(t);
-  const __m128d k = _mm_sub_pd(t, splat(kShifter));
+  const __m128d k = _mm_sub_pd(t, lane_pair(Pair::kShifter));
   const __m128d p = Core::poly(Core::reduce(x, k));
   const double* f0 = reinterpret_cast<const double*>(&kExp2Frac128[lane0_index(tbits, 127)]);
   const double* f1 = reinterpret_cast<const double*>(&kExp2Frac128[lane1_index(tbits, 127)]);

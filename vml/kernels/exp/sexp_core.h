@@ -4,15 +4,15 @@
 
 #include <emmintrin.h>
 
+#include <array>
+#include <bit>
+#include <cstddef>
 #include <cstdint>
 
 #include "vml/kernels/exp/sexp_poly.h"
 
 namespace orx::vml::sexp {
 
-inline __m128 splat_bits(uint32_t bits) {
-  return _mm_castsi128_ps(_mm_set1_epi32(static_cast<int>(bits)));
-}
 
 // 1/k!, the Taylor coefficients of e^r, computed in double and rounded once.
 constexpr float inv_factorial(int k) {
@@ -38,14 +38,6 @@ struct Reduced {
   __m128i n23;  // n << 23
 };
 
-// k = round(x / ln 2) as a float, and n << 23. The shifted sum holds
-// 0x4B400000 + n in its bits; shifting those left by 23 drops the constant
-// (its lowest set bit is bit 22) and leaves n << 23.
-inline __m128 round_to_multiple_of_ln2(__m128 x, __m128i& n23) {
-  const __m128 t = _mm_add_ps(_mm_mul_ps(x, splat_bits(kInvLn2)), splat_bits(kShifter));
-  n23 = _mm_slli_epi32(_mm_castps_si128(t), 23);
-  return _mm_sub_ps(t, splat_bits(kShifter));
-}
 
 // Bound of |r|: ln 2 / 2 = 0.34657, plus the rounding of x / ln 2 (at most
 // 2^-24 * 128 * ln 2 = 5.3e-6).
@@ -58,6 +50,52 @@ inline constexpr long double kReducedBound = 0.3466L;
 inline constexpr auto kExpTailHA =
     poly::chebyshev_fit<5>(poly::exp_tail<2>, -kReducedBound, kReducedBound);
 
+// ---- four-lane constants -------------------------------------------------------
+// The vector paths read their constants as 16-byte rows of four equal floats,
+// defined in another file (sexp_lanes.cpp) so that each is one memory operand
+// of its instruction: with the values in sight the compiler rebuilds every
+// splatted constant in every block instead (a load and a shuffle each).
+enum class Lane {
+  kInvLn2, kShifter, kLn2Hi, kLn2Lo, kLn2, kOne,
+  kTail0, kTail1, kTail2, kTail3, kTail4,
+  kInvFact1, kInvFact2, kInvFact3, kInvFact4, kCount
+};
+constexpr float lane_value(Lane c) {
+  switch (c) {
+    case Lane::kInvLn2: return std::bit_cast<float>(kInvLn2);
+    case Lane::kShifter: return std::bit_cast<float>(kShifter);
+    case Lane::kLn2Hi: return std::bit_cast<float>(kLn2Hi);
+    case Lane::kLn2Lo: return std::bit_cast<float>(kLn2Lo);
+    case Lane::kLn2: return std::bit_cast<float>(kLn2);
+    case Lane::kOne: return 1.0f;
+    case Lane::kTail0: return static_cast<float>(kExpTailHA[0]);
+    case Lane::kTail1: return static_cast<float>(kExpTailHA[1]);
+    case Lane::kTail2: return static_cast<float>(kExpTailHA[2]);
+    case Lane::kTail3: return static_cast<float>(kExpTailHA[3]);
+    case Lane::kTail4: return static_cast<float>(kExpTailHA[4]);
+    case Lane::kInvFact1: return inv_factorial(1);
+    case Lane::kInvFact2: return inv_factorial(2);
+    case Lane::kInvFact3: return inv_factorial(3);
+    case Lane::kInvFact4: return inv_factorial(4);
+    case Lane::kCount: break;
+  }
+  return 0;
+}
+struct alignas(16) LaneRow {
+  float lane[4];
+};
+extern const std::array<LaneRow, static_cast<size_t>(Lane::kCount)> kLanes;
+inline __m128 lanes(Lane c) { return _mm_load_ps(kLanes[static_cast<size_t>(c)].lane); }
+
+// k = round(x / ln 2) as a float, and n << 23. The shifted sum holds
+// 0x4B400000 + n in its bits; shifting those left by 23 drops the constant
+// (its lowest set bit is bit 22) and leaves n << 23.
+inline __m128 round_to_multiple_of_ln2(__m128 x, __m128i& n23) {
+  const __m128 t = _mm_add_ps(_mm_mul_ps(x, lanes(Lane::kInvLn2)), lanes(Lane::kShifter));
+  n23 = _mm_slli_epi32(_mm_castps_si128(t), 23);
+  return _mm_sub_ps(t, lanes(Lane::kShifter));
+}
+
 // HA: two-part reduction, t = x - k ln2hi exact, r = t - k ln2lo rounded,
 // and e^r = (1 + t) + ((r^2 q(r) - k ln2lo) + e), where e is the rounding
 // error of 1 + t (Fast2Sum, exact under round-to-nearest). Only t and k ln2lo
@@ -68,18 +106,18 @@ struct CoreHA {
   static Reduced reduce(__m128 x) {
     Reduced out;
     const __m128 k = round_to_multiple_of_ln2(x, out.n23);
-    const __m128 t = _mm_sub_ps(x, _mm_mul_ps(k, splat_bits(kLn2Hi)));  // exact
-    const __m128 k_lo = _mm_mul_ps(k, splat_bits(kLn2Lo));
+    const __m128 t = _mm_sub_ps(x, _mm_mul_ps(k, lanes(Lane::kLn2Hi)));  // exact
+    const __m128 k_lo = _mm_mul_ps(k, lanes(Lane::kLn2Lo));
     const __m128 r = _mm_sub_ps(t, k_lo);
     // q by Estrin's scheme, (c0 + c1 r) + r^2 ((c2 + c3 r) + r^2 c4): one
     // operation more than Horner's rule but half its dependency chain.
-    const auto c = [](int i) { return _mm_set1_ps(static_cast<float>(kExpTailHA[i])); };
+    const auto c = [](int i) { return lanes(static_cast<Lane>(static_cast<int>(Lane::kTail0) + i)); };
     const __m128 r2 = _mm_mul_ps(r, r);
     const __m128 low = _mm_add_ps(c(0), _mm_mul_ps(c(1), r));
     const __m128 high = _mm_add_ps(_mm_add_ps(c(2), _mm_mul_ps(c(3), r)), _mm_mul_ps(r2, c(4)));
     const __m128 q = _mm_add_ps(low, _mm_mul_ps(r2, high));
     const __m128 tail = _mm_sub_ps(_mm_mul_ps(r2, q), k_lo);
-    const __m128 one = _mm_set1_ps(1.0f);
+    const __m128 one = lanes(Lane::kOne);
     const __m128 head = _mm_add_ps(one, t);
     const __m128 e = _mm_add_ps(_mm_sub_ps(one, head), t);
     out.y = _mm_add_ps(head, _mm_add_ps(e, tail));
@@ -93,10 +131,12 @@ struct CoreEP {
   static Reduced reduce(__m128 x) {
     Reduced out;
     const __m128 k = round_to_multiple_of_ln2(x, out.n23);
-    const __m128 r = _mm_sub_ps(x, _mm_mul_ps(k, splat_bits(kLn2)));
-    __m128 q = _mm_set1_ps(inv_factorial(4));
-    for (int d = 3; d >= 1; --d) q = _mm_add_ps(_mm_mul_ps(q, r), _mm_set1_ps(inv_factorial(d)));
-    out.y = _mm_add_ps(_mm_set1_ps(1.0f), _mm_mul_ps(r, q));
+    const __m128 r = _mm_sub_ps(x, _mm_mul_ps(k, lanes(Lane::kLn2)));
+    __m128 q = lanes(Lane::kInvFact4);
+    q = _mm_add_ps(_mm_mul_ps(q, r), lanes(Lane::kInvFact3));
+    q = _mm_add_ps(_mm_mul_ps(q, r), lanes(Lane::kInvFact2));
+    q = _mm_add_ps(_mm_mul_ps(q, r), lanes(Lane::kInvFact1));
+    out.y = _mm_add_ps(lanes(Lane::kOne), _mm_mul_ps(r, q));
     return out;
   }
 };
