@@ -56,36 +56,36 @@ int main(int argc, char** argv) {
   int missed = 0, measured = 0;
   std::printf("%-9s %-4s %-4s %-10s %-7s %-52s %-24s %-10s %s\n", "function", "type", "slot",
               "max ulp", "bits", "worst input", "sub-range", "goal", "verdict");
-  for (const FunctionSpec& spec : registry()) {
-    if (!options.function.empty() && options.function != spec.function) continue;
-    if (options.type != 0 && options.type != spec.type) continue;
-    if (exported_kernel(spec, kSlotHA) == nullptr) {
-      std::printf("%-9s %-4c -    not exported\n", spec.function, spec.type);
+  for (const FunctionEntry& entry : registry()) {
+    if (!options.function.empty() && options.function != entry.function) continue;
+    if (options.type != 0 && options.type != entry.type) continue;
+    if (exported_kernel(entry, kSlotHA) == nullptr) {
+      std::printf("%-9s %-4c -    not exported\n", entry.function, entry.type);
       continue;
     }
-    const bool single = spec.type == 's' || spec.type == 'c';
+    const bool single = entry.type == 's' || entry.type == 'c';
     const size_t n = options.samples != 0 ? options.samples : (single ? 1000000 : 200000);
-    const std::vector<Samples> samples = make_samples(spec, n, options.seed);
+    const std::vector<Samples> samples = make_samples(entry, n, options.seed);
     // Slots sharing a kernel share its measurement and special-value checks.
     std::map<const void*, std::pair<Measurement, std::vector<std::string>>> by_kernel;
     for (int slot = 0; slot < 3; ++slot) {
-      const void* kernel = exported_kernel(spec, slot);
+      const void* kernel = exported_kernel(entry, slot);
       auto it = by_kernel.find(kernel);
       if (it == by_kernel.end()) {
-        it = by_kernel.emplace(kernel, std::make_pair(measure(spec, kernel, samples),
-                                                      check_specials(spec, kernel)))
+        it = by_kernel.emplace(kernel, std::make_pair(measure(entry, kernel, samples),
+                                                      check_specials(entry, kernel)))
                  .first;
       }
       const Measurement& m = it->second.first;
       const std::vector<std::string>& special_failures = it->second.second;
-      const Goal goal = goal_for(spec, slot);
+      const Goal goal = goal_for(entry, slot);
       const bool ok = meets(goal, m) && special_failures.empty();
       missed += !ok;
       ++measured;
       const bool relative = goal.relative;
-      std::printf("%-9s %-4c %-4s %-10.4f %-7.2f %-52s %-24s %-10s %s\n", spec.function,
-                  spec.type, kSlotNames[slot], m.max_ulp, m.correct_bits(),
-                  format_input(spec, relative ? m.worst_rel_re : m.worst_re,
+      std::printf("%-9s %-4c %-4s %-10.4f %-7.2f %-52s %-24s %-10s %s\n", entry.function,
+                  entry.type, kSlotNames[slot], m.max_ulp, m.correct_bits(),
+                  format_input(entry, relative ? m.worst_rel_re : m.worst_re,
                                relative ? m.worst_rel_im : m.worst_im)
                       .c_str(),
                   relative ? m.worst_rel_range : m.worst_range, describe(goal).c_str(),

@@ -16,10 +16,10 @@ namespace {
 
 using namespace orx::accuracy;
 
-const FunctionSpec& spec_of(const char* function, char type) {
-  const FunctionSpec* spec = find_spec(function, type);
-  EXPECT_NE(spec, nullptr) << type << function;
-  return *spec;
+const FunctionEntry& entry_of(const char* function, char type) {
+  const FunctionEntry* entry = find_entry(function, type);
+  EXPECT_NE(entry, nullptr) << type << function;
+  return *entry;
 }
 
 // Correctly rounded e^x in double and (exact - rounded) / ulp, from MPFR
@@ -54,7 +54,7 @@ float stepf(float x, int ulps) {
 }
 
 TEST(AccuracyHarness, UlpErrorOfResultsMovedByKnownSteps) {
-  const FunctionSpec& dexp = spec_of("Exp", 'd');
+  const FunctionEntry& dexp = entry_of("Exp", 'd');
   for (double x : {1.0, -3.25, 0.001, 700.5, -707.0}) {
     const Exact exact = exact_value(dexp, x, 0);
     const Rounded cr = rounded_exp(x, 53, DBL_MIN_EXP);
@@ -66,7 +66,7 @@ TEST(AccuracyHarness, UlpErrorOfResultsMovedByKnownSteps) {
       EXPECT_NEAR(error_of(exact, step(cr.value, -k), 'd').ulps, k + cr.offset_ulps, 1e-9) << x;
     }
   }
-  const FunctionSpec& sexp = spec_of("Exp", 's');
+  const FunctionEntry& sexp = entry_of("Exp", 's');
   for (double x : {1.0, -10.5, 80.25}) {
     const Exact exact = exact_value(sexp, x, 0);
     const Rounded cr = rounded_exp(x, 24, FLT_MIN_EXP);
@@ -80,7 +80,7 @@ TEST(AccuracyHarness, UlpErrorOfResultsMovedByKnownSteps) {
 TEST(AccuracyHarness, SubnormalResultsUseTheFixedQuantum) {
   // e^-740 is about 85 quanta of 2^-1074; returning 0 misses by all of them,
   // and each step of the quantum counts one ulp.
-  const FunctionSpec& dexp = spec_of("Exp", 'd');
+  const FunctionEntry& dexp = entry_of("Exp", 'd');
   const Exact exact = exact_value(dexp, -740.0, 0);
   const Rounded cr = rounded_exp(-740.0, 53, DBL_MIN_EXP);
   const double quanta = cr.value / DBL_TRUE_MIN + cr.offset_ulps;
@@ -88,7 +88,7 @@ TEST(AccuracyHarness, SubnormalResultsUseTheFixedQuantum) {
   EXPECT_NEAR(error_of(exact, 0.0, 'd').ulps, quanta, 1e-9);
   EXPECT_NEAR(error_of(exact, cr.value + 2 * DBL_TRUE_MIN, 'd').ulps, 2 - cr.offset_ulps, 1e-9);
   // The same in single: e^-100 is about 5.3 quanta of 2^-149.
-  const Exact exact_s = exact_value(spec_of("Exp", 's'), -100.0, 0);
+  const Exact exact_s = exact_value(entry_of("Exp", 's'), -100.0, 0);
   const Rounded cr_s = rounded_exp(-100.0, 24, FLT_MIN_EXP);
   EXPECT_NEAR(error_of(exact_s, 0.0, 's').ulps, cr_s.value / FLT_TRUE_MIN + cr_s.offset_ulps, 1e-9);
 }
@@ -96,7 +96,7 @@ TEST(AccuracyHarness, SubnormalResultsUseTheFixedQuantum) {
 TEST(AccuracyHarness, NonFiniteMismatchesAreInfiniteErrors) {
   const double inf = std::numeric_limits<double>::infinity();
   const double nan = std::numeric_limits<double>::quiet_NaN();
-  const FunctionSpec& dexp = spec_of("Exp", 'd');
+  const FunctionEntry& dexp = entry_of("Exp", 'd');
   const Exact one = exact_value(dexp, 1.0, 0);
   EXPECT_EQ(error_of(one, nan, 'd').ulps, inf);
   EXPECT_EQ(error_of(one, inf, 'd').ulps, inf);
@@ -107,7 +107,7 @@ TEST(AccuracyHarness, NonFiniteMismatchesAreInfiniteErrors) {
   EXPECT_GT(error_of(huge, DBL_MAX, 'd').ulps, 0.5);
   EXPECT_EQ(error_of(huge, -inf, 'd').ulps, inf);
   // ln(-1) is NaN, ln(0) is -inf.
-  const FunctionSpec& dln = spec_of("Ln", 'd');
+  const FunctionEntry& dln = entry_of("Ln", 'd');
   EXPECT_EQ(error_of(exact_value(dln, -1.0, 0), nan, 'd').ulps, 0);
   EXPECT_EQ(error_of(exact_value(dln, -1.0, 0), 0.0, 'd').ulps, inf);
   EXPECT_EQ(error_of(exact_value(dln, 0.0, 0), -inf, 'd').ulps, 0);
@@ -117,7 +117,7 @@ TEST(AccuracyHarness, NonFiniteMismatchesAreInfiniteErrors) {
 }
 
 TEST(AccuracyHarness, RelativeErrorGivesCorrectBits) {
-  const FunctionSpec& dexp = spec_of("Exp", 'd');
+  const FunctionEntry& dexp = entry_of("Exp", 'd');
   const double x = 2.5;
   const double e = std::exp(x);
   const Error err = error_of(exact_value(dexp, x, 0), e * (1 + 0x1p-20), 'd');
@@ -153,14 +153,14 @@ void fake_cabs(int n, const orx_complex8* a, float* r) {
   }
 }
 
-FunctionSpec narrowed(const FunctionSpec& spec, size_t ranges) {
-  FunctionSpec copy = spec;
+FunctionEntry narrowed(const FunctionEntry& entry, size_t ranges) {
+  FunctionEntry copy = entry;
   copy.ranges.resize(ranges);
   return copy;
 }
 
 TEST(AccuracyHarness, MeasureFindsAPlantedError) {
-  const FunctionSpec dexp = narrowed(spec_of("Exp", 'd'), 3);
+  const FunctionEntry dexp = narrowed(entry_of("Exp", 'd'), 3);
   const std::vector<Samples> samples = make_samples(dexp, 1000, 5);
   g_planted_ulps = 0;
   g_planted_relative = 0;
@@ -190,7 +190,7 @@ TEST(AccuracyHarness, MeasureFindsAPlantedError) {
 }
 
 TEST(AccuracyHarness, MeasureFindsAPlantedErrorInAComplexModulus) {
-  const FunctionSpec cabs = narrowed(spec_of("Abs", 'c'), 2);
+  const FunctionEntry cabs = narrowed(entry_of("Abs", 'c'), 2);
   const std::vector<Samples> samples = make_samples(cabs, 500, 9);
   g_planted_ulps = 0;
   const Measurement clean = measure(cabs, reinterpret_cast<const void*>(fake_cabs), samples);
@@ -205,7 +205,7 @@ TEST(AccuracyHarness, MeasureFindsAPlantedErrorInAComplexModulus) {
 // ---- sampling -------------------------------------------------------------
 
 TEST(AccuracyHarness, SamplesStayInRangeCoverEveryExponentAndRepeat) {
-  const FunctionSpec& dexp = spec_of("Exp", 'd');
+  const FunctionEntry& dexp = entry_of("Exp", 'd');
   const std::vector<Samples> a = make_samples(dexp, 2000, 1);
   const std::vector<Samples> b = make_samples(dexp, 2000, 1);
   const std::vector<Samples> c = make_samples(dexp, 2000, 2);
@@ -231,7 +231,7 @@ TEST(AccuracyHarness, SamplesStayInRangeCoverEveryExponentAndRepeat) {
   EXPECT_GT(deep, 15);
   EXPECT_LT(deep, 60);
   // Single inputs are floats.
-  for (const Samples& s : make_samples(spec_of("Ln", 's'), 500, 3)) {
+  for (const Samples& s : make_samples(entry_of("Ln", 's'), 500, 3)) {
     for (double x : s.re) EXPECT_EQ(static_cast<double>(static_cast<float>(x)), x);
   }
 }
@@ -260,7 +260,7 @@ void fake_dln(int n, const double* a, double* r) {
 
 size_t failures_with(LnFault fault) {
   g_ln_fault = fault;
-  const size_t count = check_specials(spec_of("Ln", 'd'), reinterpret_cast<const void*>(fake_dln)).size();
+  const size_t count = check_specials(entry_of("Ln", 'd'), reinterpret_cast<const void*>(fake_dln)).size();
   g_ln_fault = LnFault::kNone;
   return count;
 }

@@ -46,7 +46,7 @@ struct BoundOverride {
   const char* why;
 };
 
-struct FunctionSpec {
+struct FunctionEntry {
   const char* function;  // catalogue name, e.g. "Exp"
   char type;             // 's', 'd', 'c' or 'z'
   UnaryReference unary;  // real types
@@ -57,9 +57,9 @@ struct FunctionSpec {
   std::vector<BoundOverride> overrides;
 };
 
-const std::vector<FunctionSpec>& registry();
-const FunctionSpec* find_spec(const std::string& function, char type);
-std::string row_name(const FunctionSpec& spec);  // "dExp"
+const std::vector<FunctionEntry>& registry();
+const FunctionEntry* find_entry(const std::string& function, char type);
+std::string row_name(const FunctionEntry& entry);  // "dExp"
 
 // ---- goals ---------------------------------------------------------------
 
@@ -72,14 +72,14 @@ struct Goal {
   double min_bits;    // relative goal (strict)
   const char* why;    // non-null when the row overrides the class goal
 };
-Goal goal_for(const FunctionSpec& spec, int slot);
+Goal goal_for(const FunctionEntry& entry, int slot);
 std::string describe(const Goal& goal);
 
 // ---- kernels -------------------------------------------------------------
 
 // Kernel in `slot` of the row's exported table, or null when the library does
 // not export the row.
-const void* exported_kernel(const FunctionSpec& spec, int slot);
+const void* exported_kernel(const FunctionEntry& entry, int slot);
 
 // Runs `kernel` over the inputs (im ignored for real types) on a fresh thread
 // with mode HA | ERRMODE_IGNORE, so reports only set the status. Returns the
@@ -88,7 +88,7 @@ struct KernelRun {
   std::vector<double> results;
   int status;
 };
-KernelRun run_kernel(const FunctionSpec& spec, const void* kernel, const std::vector<double>& re,
+KernelRun run_kernel(const FunctionEntry& entry, const void* kernel, const std::vector<double>& re,
                      const std::vector<double>& im);
 
 // ---- exact values and errors ---------------------------------------------
@@ -102,9 +102,9 @@ struct Exact {
   int32_t exponent;
   double hi, lo;
 };
-Exact exact_value(const FunctionSpec& spec, double re, double im);
+Exact exact_value(const FunctionEntry& entry, double re, double im);
 
-// Error of `got` against the exact value, for results of the spec's type:
+// Error of `got` against the exact value, for results of the entry's type:
 // ulps are those of the exact result at the type's precision (subnormal
 // results: the fixed quantum of the subnormal range); the relative error is
 // measured against max(|exact|, least normal). A NaN or infinity where the
@@ -125,7 +125,7 @@ struct Samples {
 // `per_range` inputs per sub-range: half uniform over the representable
 // values between the ends (log-uniform magnitudes, every exponent and the
 // subnormals alike), half uniform in value. Reproducible from `seed`.
-std::vector<Samples> make_samples(const FunctionSpec& spec, size_t per_range, uint64_t seed);
+std::vector<Samples> make_samples(const FunctionEntry& entry, size_t per_range, uint64_t seed);
 
 struct Measurement {
   size_t count = 0;
@@ -139,7 +139,7 @@ struct Measurement {
 };
 // Calls the kernel once per sub-range on the whole sample array and gathers
 // the largest errors.
-Measurement measure(const FunctionSpec& spec, const void* kernel,
+Measurement measure(const FunctionEntry& entry, const void* kernel,
                     const std::vector<Samples>& samples);
 bool meets(const Goal& goal, const Measurement& m);
 
@@ -148,8 +148,8 @@ bool meets(const Goal& goal, const Measurement& m);
 // Each special input is placed at every position of an array of filler
 // inputs (so block and tail paths both meet it); the result class or bits
 // and the status are checked. Returns one message per failure.
-std::vector<std::string> check_specials(const FunctionSpec& spec, const void* kernel);
+std::vector<std::string> check_specials(const FunctionEntry& entry, const void* kernel);
 
-std::string format_input(const FunctionSpec& spec, double re, double im);
+std::string format_input(const FunctionEntry& entry, double re, double im);
 
 }  // namespace orx::accuracy

@@ -57,7 +57,7 @@ std::vector<SpecialCase> abs_specials(double largest) {
           {largest, 0.0, is(largest), 0}};
 }
 
-std::vector<FunctionSpec> build_registry() {
+std::vector<FunctionEntry> build_registry() {
   const double dmin = DBL_MIN, dmax = DBL_MAX, dsub = DBL_TRUE_MIN;
   const double fmin = FLT_MIN, fmax = FLT_MAX, fsub = FLT_TRUE_MIN;
   const std::vector<SubRange> log_d = {
@@ -71,7 +71,7 @@ std::vector<FunctionSpec> build_registry() {
       {"near overflow", 0x1p120, fmax},          {"near underflow", fmin, 0x1p-120},
       {"subnormal inputs", fsub, fmin - fsub}};
 
-  std::vector<FunctionSpec> r;
+  std::vector<FunctionEntry> r;
   r.push_back({"Exp", 'd', mpfr_exp, nullptr, 0.5, 0,
                {{"tiny, subnormal inputs", -0x1p-30, 0x1p-30},
                 {"near 0", -1.0, 1.0},
@@ -168,18 +168,18 @@ std::vector<FunctionSpec> build_registry() {
 
 }  // namespace
 
-const std::vector<FunctionSpec>& registry() {
-  static const std::vector<FunctionSpec> specs = build_registry();
+const std::vector<FunctionEntry>& registry() {
+  static const std::vector<FunctionEntry> specs = build_registry();
   return specs;
 }
 
-const FunctionSpec* find_spec(const std::string& function, char type) {
-  for (const FunctionSpec& spec : registry()) {
-    if (function == spec.function && type == spec.type) return &spec;
+const FunctionEntry* find_entry(const std::string& function, char type) {
+  for (const FunctionEntry& entry : registry()) {
+    if (function == entry.function && type == entry.type) return &entry;
   }
   return nullptr;
 }
 
-std::string row_name(const FunctionSpec& spec) { return std::string(1, spec.type) + spec.function; }
+std::string row_name(const FunctionEntry& entry) { return std::string(1, entry.type) + entry.function; }
 
 }  // namespace orx::accuracy

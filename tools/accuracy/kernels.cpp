@@ -34,15 +34,15 @@ std::vector<double> call(const void* kernel, const std::vector<double>& re,
 
 }  // namespace
 
-const void* exported_kernel(const FunctionSpec& spec, int slot) {
-  const std::string symbol = "orx_vml_kernel_" + row_name(spec) + "_ttab";
+const void* exported_kernel(const FunctionEntry& entry, int slot) {
+  const std::string symbol = "orx_vml_kernel_" + row_name(entry) + "_ttab";
   const void* table = dlsym(RTLD_DEFAULT, symbol.c_str());
   if (table == nullptr) return nullptr;
   const AnyKernel kernel = static_cast<const AnyKernel*>(table)[slot];
   return reinterpret_cast<const void*>(kernel);
 }
 
-KernelRun run_kernel(const FunctionSpec& spec, const void* kernel, const std::vector<double>& re,
+KernelRun run_kernel(const FunctionEntry& entry, const void* kernel, const std::vector<double>& re,
                      const std::vector<double>& im) {
   KernelRun run{{}, 0};
   // A fresh thread starts with its own zeroed state and the default MXCSR;
@@ -50,7 +50,7 @@ KernelRun run_kernel(const FunctionSpec& spec, const void* kernel, const std::ve
   std::thread worker([&] {
     orx_vml_kernel_SetMode(ORX_VML_HA | ORX_VML_ERRMODE_IGNORE);
     orx_vml_kernel_ClearErrStatus();
-    switch (spec.type) {
+    switch (entry.type) {
       case 's': run.results = call<float, float>(kernel, re, im); break;
       case 'd': run.results = call<double, double>(kernel, re, im); break;
       case 'c': run.results = call<orx_complex8, float>(kernel, re, im); break;

@@ -85,35 +85,35 @@ double draw(const SubRange& range, char type, bool by_ordinal, uint64_t& state) 
   return std::clamp(x, range.lo, range.hi);
 }
 
-Samples sample_range(const FunctionSpec& spec, const SubRange& range, size_t count,
+Samples sample_range(const FunctionEntry& entry, const SubRange& range, size_t count,
                      uint64_t seed) {
   Samples s{&range, {}, {}, {}};
-  const bool complex = spec.binary != nullptr;
+  const bool complex = entry.binary != nullptr;
   uint64_t state = seed;
   s.re.resize(count);
   s.im.resize(complex ? count : 0);
   s.exact.resize(count);
   for (size_t i = 0; i < count; ++i) {
     const bool by_ordinal = i % 2 == 0;
-    s.re[i] = draw(range, spec.type, by_ordinal, state);
-    if (complex) s.im[i] = draw(range, spec.type, by_ordinal, state);
-    s.exact[i] = exact_value(spec, s.re[i], complex ? s.im[i] : 0.0);
+    s.re[i] = draw(range, entry.type, by_ordinal, state);
+    if (complex) s.im[i] = draw(range, entry.type, by_ordinal, state);
+    s.exact[i] = exact_value(entry, s.re[i], complex ? s.im[i] : 0.0);
   }
   return s;
 }
 
 }  // namespace
 
-Exact exact_value(const FunctionSpec& spec, double re, double im) {
+Exact exact_value(const FunctionEntry& entry, double re, double im) {
   constexpr mpfr_prec_t kPrecision = 128;
   mpfr_t x, y, h;
   mpfr_inits2(kPrecision, x, y, h, static_cast<mpfr_ptr>(nullptr));
   mpfr_set_d(x, re, MPFR_RNDN);
   mpfr_set_d(y, im, MPFR_RNDN);
-  if (spec.binary != nullptr) {
-    spec.binary(h, x, y, MPFR_RNDN);
+  if (entry.binary != nullptr) {
+    entry.binary(h, x, y, MPFR_RNDN);
   } else {
-    spec.unary(h, x, MPFR_RNDN);
+    entry.unary(h, x, MPFR_RNDN);
   }
   Exact e{Exact::kFinite, mpfr_signbit(h) != 0, false, 0, 0.0, 0.0};
   if (mpfr_nan_p(h)) {
@@ -124,7 +124,7 @@ Exact exact_value(const FunctionSpec& spec, double re, double im) {
     e.kind = Exact::kZero;
   } else {
     e.exponent = static_cast<int32_t>(mpfr_get_exp(h));  // |h| in [2^(e-1), 2^e)
-    e.rounds_to_infinity = is_single(spec.type) ? std::isinf(mpfr_get_flt(h, MPFR_RNDN))
+    e.rounds_to_infinity = is_single(entry.type) ? std::isinf(mpfr_get_flt(h, MPFR_RNDN))
                                                 : std::isinf(mpfr_get_d(h, MPFR_RNDN));
     mpfr_mul_2si(y, h, -e.exponent, MPFR_RNDN);  // exact: in [0.5, 1)
     mpfr_abs(y, y, MPFR_RNDN);
@@ -167,16 +167,16 @@ Error error_of(const Exact& exact, double got, char type) {
   return {ulps, relative};
 }
 
-std::vector<Samples> make_samples(const FunctionSpec& spec, size_t per_range, uint64_t seed) {
-  std::vector<Samples> out(spec.ranges.size());
-  const uint64_t row_seed = seed ^ hash_name(row_name(spec));
+std::vector<Samples> make_samples(const FunctionEntry& entry, size_t per_range, uint64_t seed) {
+  std::vector<Samples> out(entry.ranges.size());
+  const uint64_t row_seed = seed ^ hash_name(row_name(entry));
   // Sub-ranges are independent: compute their exact values in parallel when
   // MPFR keeps its state per thread.
   std::atomic<size_t> next{0};
   auto worker = [&] {
     for (size_t k; (k = next.fetch_add(1)) < out.size();) {
       uint64_t state = row_seed + k;
-      out[k] = sample_range(spec, spec.ranges[k], per_range, splitmix64(state));
+      out[k] = sample_range(entry, entry.ranges[k], per_range, splitmix64(state));
     }
     mpfr_free_cache();  // MPFR's constant caches are per thread: free this thread's
   };
@@ -196,13 +196,13 @@ double Measurement::correct_bits() const {
   return std::min(64.0, -std::log2(max_relative));
 }
 
-Measurement measure(const FunctionSpec& spec, const void* kernel,
+Measurement measure(const FunctionEntry& entry, const void* kernel,
                     const std::vector<Samples>& samples) {
   Measurement m;
   for (const Samples& s : samples) {
-    const KernelRun run = run_kernel(spec, kernel, s.re, s.im);
+    const KernelRun run = run_kernel(entry, kernel, s.re, s.im);
     for (size_t i = 0; i < s.re.size(); ++i) {
-      const Error e = error_of(s.exact[i], run.results[i], spec.type);
+      const Error e = error_of(s.exact[i], run.results[i], entry.type);
       const double im = s.im.empty() ? 0.0 : s.im[i];
       if (e.ulps > m.max_ulp || (m.count == 0 && i == 0)) {
         m.max_ulp = e.ulps;
@@ -222,11 +222,11 @@ Measurement measure(const FunctionSpec& spec, const void* kernel,
   return m;
 }
 
-Goal goal_for(const FunctionSpec& spec, int slot) {
-  for (const BoundOverride& o : spec.overrides) {
+Goal goal_for(const FunctionEntry& entry, int slot) {
+  for (const BoundOverride& o : entry.overrides) {
     if (o.slot == slot || o.slot == -1) return {false, o.max_ulp, 0, o.why};
   }
-  if (slot == kSlotEP) return {true, 0, is_single(spec.type) ? 11.0 : 26.0, nullptr};
+  if (slot == kSlotEP) return {true, 0, is_single(entry.type) ? 11.0 : 26.0, nullptr};
   return {false, slot == kSlotHA ? 1.0 : 4.0, 0, nullptr};
 }
 
@@ -245,10 +245,10 @@ bool meets(const Goal& goal, const Measurement& m) {
   return m.max_ulp < goal.max_ulp;
 }
 
-std::string format_input(const FunctionSpec& spec, double re, double im) {
+std::string format_input(const FunctionEntry& entry, double re, double im) {
   char text[128];
-  const int digits = is_single(spec.type) ? 9 : 17;
-  if (spec.binary != nullptr) {
+  const int digits = is_single(entry.type) ? 9 : 17;
+  if (entry.binary != nullptr) {
     std::snprintf(text, sizeof text, "(%a, %a)", re, im);
   } else {
     std::snprintf(text, sizeof text, "%a (%.*g)", re, digits, re);

@@ -231,7 +231,7 @@ inline bool all_in_fast_range(__m128i anded) {
   return (_mm_movemask_ps(_mm_castsi128_ps(anded)) & 0xA) == 0xA;
 }
 
-// Out-of-line paths (dexp_special.cpp): element i of a, computed alone with
+// Out-of-line paths (dexp_slow_path.cpp): element i of a, computed alone with
 // its special cases and status.
 void ha_special(int i, const double* a, double* r) noexcept;
 void la_special(int i, const double* a, double* r) noexcept;

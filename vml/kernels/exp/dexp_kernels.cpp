@@ -9,7 +9,7 @@
 // EP: J = 128 fraction table, one-part ln 2 / 128, r + r^2 / 2.
 // LA and EP work on blocks of 4. Any element with |x| >= 708.39599609375, an
 // infinity or a NaN sends its whole block to the per-element special path
-// (dexp_special.cpp); ordinary elements of such a block are recomputed by the
+// (dexp_slow_path.cpp); ordinary elements of such a block are recomputed by the
 // scalar core, which gives the same bits as the vector one.
 #include "orx/vml.h"
 #include "vml/fp_env.h"
