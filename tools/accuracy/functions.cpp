@@ -169,8 +169,8 @@ std::vector<FunctionEntry> build_registry() {
 }  // namespace
 
 const std::vector<FunctionEntry>& registry() {
-  static const std::vector<FunctionEntry> specs = build_registry();
-  return specs;
+  static const std::vector<FunctionEntry> entries = build_registry();
+  return entries;
 }
 
 const FunctionEntry* find_entry(const std::string& function, char type) {
