@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "orx/vml.h"
+#include "tests/vml/length_checks.h"
 #include "tests/vml/vml_test_support.h"
 
 namespace generated {
@@ -317,28 +318,11 @@ TEST(DoubleExp, CallbackChangesResultIgnoreKeepsKernelValue) {
 }
 
 TEST(DoubleExp, EveryLengthUnalignedAndInPlace) {
-  constexpr int kGuard = 17;
-  const double sentinel = -12345.5;
   for (const Slot& s : kSlots) {
     orx::test::with_mode(s.accuracy | ORX_VML_ERRMODE_IGNORE, [&] {
-      for (int n = 0; n <= 40; ++n) {
-        for (int offset = 0; offset < 2; ++offset) {
-          std::vector<double> in = random_inputs(n + offset + kGuard, 31 * n + offset);
-          std::vector<double> out(in.size(), sentinel);
-          s.kernel(n, in.data() + offset, out.data() + offset);
-          for (int i = 0; i < offset; ++i) EXPECT_EQ(out[i], sentinel);
-          for (int i = 0; i < n; ++i) {
-            double alone;
-            s.kernel(1, &in[offset + i], &alone);
-            EXPECT_EQ(double_bits(out[offset + i]), double_bits(alone)) << s.name << " n=" << n << " i=" << i;
-          }
-          for (size_t i = offset + n; i < out.size(); ++i) EXPECT_EQ(out[i], sentinel) << s.name << " n=" << n;
-          std::vector<double> inplace(in);
-          s.kernel(n, inplace.data() + offset, inplace.data() + offset);
-          for (int i = 0; i < n; ++i)
-            EXPECT_EQ(double_bits(inplace[offset + i]), double_bits(out[offset + i])) << s.name;
-        }
-      }
+      orx::test::check_lengths_and_aliasing(s.kernel, s.name, 2, [](int count, uint32_t seed) {
+        return random_inputs(count, seed);
+      });
     });
   }
 }

@@ -18,6 +18,7 @@
 #include <vector>
 
 #include "orx/vml.h"
+#include "tests/vml/length_checks.h"
 #include "tests/vml/vml_test_support.h"
 
 namespace {
@@ -202,37 +203,17 @@ TEST(DoubleExpm1, CallbackChangesResultIgnoreKeepsKernelValue) {
 // ---- lengths, alignment, aliasing -----------------------------------------------------
 
 TEST(DoubleExpm1, EveryLengthUnalignedAndInPlace) {
-  constexpr int kGuard = 9;
-  const double sentinel = -12345.5;
   for (const Slot& s : kSlots) {
     orx::test::with_mode(s.accuracy | ORX_VML_ERRMODE_IGNORE, [&] {
-      for (int n = 0; n <= 40; ++n) {
-        for (int offset = 0; offset < 3; ++offset) {
-          std::mt19937_64 rng(29 * n + offset);
-          std::uniform_real_distribution<double> value(-3.0, 3.0);
-          std::vector<double> in(n + offset);  // exact size: over-reads show under ASan
-          for (auto& x : in) x = value(rng);
-          if (n > 3) in[offset + n / 2] = 800.0;
-          if (n > 9) in[offset + n - 3] = -0.0;
-          std::vector<double> out(n + offset + kGuard, sentinel);
-          s.kernel(n, in.data() + offset, out.data() + offset);
-          for (int i = 0; i < offset; ++i) EXPECT_EQ(out[i], sentinel);
-          for (int i = 0; i < n; ++i) {
-            double alone;
-            s.kernel(1, &in[offset + i], &alone);
-            EXPECT_EQ(to_bits(out[offset + i]), to_bits(alone)) << s.name << " n=" << n << " i=" << i;
-          }
-          for (size_t i = offset + n; i < out.size(); ++i)
-            EXPECT_EQ(out[i], sentinel) << s.name << " n=" << n << " wrote past the end";
-          std::vector<double> inplace(in);
-          s.kernel(n, inplace.data() + offset, inplace.data() + offset);
-          for (int i = 0; i < n; ++i)
-            EXPECT_EQ(to_bits(inplace[offset + i]), to_bits(out[offset + i])) << s.name << " n=" << n;
-        }
-      }
-      double untouched = sentinel, one = 1.0;
-      s.kernel(-2, &one, &untouched);
-      EXPECT_EQ(untouched, sentinel);
+      orx::test::check_lengths_and_aliasing(s.kernel, s.name, 3, [](int count, uint32_t seed) {
+        std::mt19937_64 rng(seed);
+        std::uniform_real_distribution<double> value(-3.0, 3.0);
+        std::vector<double> in(count);
+        for (auto& x : in) x = value(rng);
+        if (count > 3) in[count / 2] = 800.0;
+        if (count > 9) in[count - 3] = -0.0;
+        return in;
+      });
     });
   }
 }

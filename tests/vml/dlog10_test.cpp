@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "orx/vml.h"
+#include "tests/vml/length_checks.h"
 #include "tests/vml/vml_test_support.h"
 
 namespace {
@@ -201,31 +202,16 @@ TEST(DoubleLog10, CallbackChangesResultIgnoreKeepsKernelValue) {
 // ---- lengths, alignment, aliasing ----------------------------------------------------
 
 TEST(DoubleLog10, EveryLengthUnalignedAndInPlace) {
-  const double sentinel = -12345.5;
   for (const Slot& s : kSlots) {
     orx::test::with_mode(s.accuracy | ORX_VML_ERRMODE_IGNORE, [&] {
-      for (int n = 0; n <= 40; ++n) {
-        for (int offset = 0; offset < 2; ++offset) {
-          std::mt19937 rng(17 * n + offset);
-          std::uniform_real_distribution<double> exponent(-1000.0, 1000.0);
-          std::vector<double> in(n + offset + 5);
-          for (double& x : in) x = std::exp2(exponent(rng));
-          if (n > 3) in[offset + n / 2] = 0.0;
-          std::vector<double> out(in.size(), sentinel);
-          s.kernel(n, in.data() + offset, out.data() + offset);
-          for (int i = 0; i < offset; ++i) EXPECT_EQ(out[i], sentinel);
-          for (int i = 0; i < n; ++i) {
-            double alone;
-            s.kernel(1, &in[offset + i], &alone);
-            EXPECT_EQ(bits(out[offset + i]), bits(alone)) << s.name << " n=" << n << " i=" << i;
-          }
-          for (int i = offset + n; i < static_cast<int>(out.size()); ++i)
-            EXPECT_EQ(out[i], sentinel) << s.name << " n=" << n << " wrote past the end";
-          std::vector<double> inplace(in);
-          s.kernel(n, inplace.data() + offset, inplace.data() + offset);
-          for (int i = 0; i < n; ++i) EXPECT_EQ(bits(inplace[offset + i]), bits(out[offset + i]));
-        }
-      }
+      orx::test::check_lengths_and_aliasing(s.kernel, s.name, 2, [](int count, uint32_t seed) {
+        std::mt19937 rng(seed);
+        std::uniform_real_distribution<double> exponent(-1000.0, 1000.0);
+        std::vector<double> in(count);
+        for (double& x : in) x = std::exp2(exponent(rng));
+        if (count > 3) in[count / 2] = 0.0;
+        return in;
+      });
     });
   }
 }

@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "orx/vml.h"
+#include "tests/vml/length_checks.h"
 #include "tests/vml/vml_test_support.h"
 
 namespace {
@@ -169,30 +170,15 @@ TEST(DoubleLog1p, CallbackChangesResultIgnoreKeepsKernelValue) {
 }
 
 TEST(DoubleLog1p, EveryLengthUnalignedAndInPlace) {
-  const double sentinel = -12345.5;
   orx::test::with_mode(ORX_VML_HA | ORX_VML_ERRMODE_IGNORE, [&] {
-    for (int n = 0; n <= 40; ++n) {
-      for (int offset = 0; offset < 2; ++offset) {
-        std::mt19937 rng(13 * n + offset);
-        std::uniform_real_distribution<double> value(-0.9, 40.0);
-        std::vector<double> in(n + offset + 5);
-        for (double& x : in) x = value(rng);
-        if (n > 3) in[offset + n / 2] = -1.0;
-        std::vector<double> out(in.size(), sentinel);
-        kKernel(n, in.data() + offset, out.data() + offset);
-        for (int i = 0; i < offset; ++i) EXPECT_EQ(out[i], sentinel);
-        for (int i = 0; i < n; ++i) {
-          double alone;
-          kKernel(1, &in[offset + i], &alone);
-          EXPECT_EQ(bits(out[offset + i]), bits(alone)) << " n=" << n << " i=" << i;
-        }
-        for (int i = offset + n; i < static_cast<int>(out.size()); ++i)
-          EXPECT_EQ(out[i], sentinel) << " n=" << n << " wrote past the end";
-        std::vector<double> inplace(in);
-        kKernel(n, inplace.data() + offset, inplace.data() + offset);
-        for (int i = 0; i < n; ++i) EXPECT_EQ(bits(inplace[offset + i]), bits(out[offset + i]));
-      }
-    }
+    orx::test::check_lengths_and_aliasing(kKernel, "dLog1p", 2, [](int count, uint32_t seed) {
+      std::mt19937 rng(seed);
+      std::uniform_real_distribution<double> value(-0.9, 40.0);
+      std::vector<double> in(count);
+      for (double& x : in) x = value(rng);
+      if (count > 3) in[count / 2] = -1.0;
+      return in;
+    });
   });
 }
 

@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "orx/vml.h"
+#include "tests/vml/length_checks.h"
 #include "tests/vml/vml_test_support.h"
 
 namespace {
@@ -223,35 +224,14 @@ std::vector<float> mixed_inputs(int n, uint32_t seed) {
 }
 
 TEST(SingleExp, EveryLengthUnalignedAndInPlace) {
-  constexpr int kGuard = 9;
-  const float sentinel = -12345.5f;
   for (const Slot& s : kSlots) {
     orx::test::with_mode(s.accuracy | ORX_VML_ERRMODE_IGNORE, [&] {
       const MpfrThreadCache cache;
-      for (int n = 0; n <= 40; ++n) {
-        for (int offset = 0; offset < 4; ++offset) {
-          std::vector<float> in = mixed_inputs(n + offset + kGuard, 17 * n + offset);
-          if (n > 3) in[offset + n / 2] = 200.0f;  // one special element somewhere
-          std::vector<float> out(in.size(), sentinel);
-          s.kernel(n, in.data() + offset, out.data() + offset);
-          for (int i = 0; i < offset; ++i) EXPECT_EQ(out[i], sentinel);
-          for (int i = 0; i < n; ++i) {
-            float alone;
-            s.kernel(1, &in[offset + i], &alone);
-            EXPECT_EQ(std::bit_cast<uint32_t>(out[offset + i]), std::bit_cast<uint32_t>(alone))
-                << s.name << " n=" << n << " i=" << i;
-          }
-          for (int i = offset + n; i < static_cast<int>(out.size()); ++i)
-            EXPECT_EQ(out[i], sentinel) << s.name << " n=" << n << " wrote past the end";
-          std::vector<float> inplace(in);
-          s.kernel(n, inplace.data() + offset, inplace.data() + offset);
-          for (int i = 0; i < n; ++i)
-            EXPECT_EQ(std::bit_cast<uint32_t>(inplace[offset + i]), std::bit_cast<uint32_t>(out[offset + i]));
-        }
-      }
-      float untouched = sentinel, one = 1.0f;
-      s.kernel(-3, &one, &untouched);
-      EXPECT_EQ(untouched, sentinel);
+      orx::test::check_lengths_and_aliasing(s.kernel, s.name, 4, [](int count, uint32_t seed) {
+        std::vector<float> in = mixed_inputs(count, seed);
+        if (count > 3) in[count / 2] = 200.0f;  // one special element somewhere
+        return in;
+      });
     });
   }
 }

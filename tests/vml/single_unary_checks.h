@@ -16,6 +16,7 @@
 #include <vector>
 
 #include "orx/vml.h"
+#include "tests/vml/length_checks.h"
 #include "tests/vml/vml_test_support.h"
 
 namespace orx::test::single {
@@ -142,34 +143,16 @@ inline void check_error_modes(const Kind& k, float good, float bad, float kernel
   });
 }
 
-// Lengths 0..40 at offsets 0..3: each element equals the kernel's result for
-// it alone, nothing is written outside [0, n), in-place gives the same bits.
+// Lengths, offsets 0..3 and aliasing (length_checks.h), with one special
+// element planted among ordinary inputs drawn from `pool`.
 inline void check_lengths(const Kind& k, const std::vector<float>& pool, float special) {
-  constexpr int kGuard = 9;
-  const float sentinel = -12345.5f;
   with_mode(k.accuracy | ORX_VML_ERRMODE_IGNORE, [&] {
-    for (int n = 0; n <= 40; ++n) {
-      for (int offset = 0; offset < 4; ++offset) {
-        std::vector<float> in(n + offset + kGuard);
-        for (size_t i = 0; i < in.size(); ++i) in[i] = pool[(i * 7 + n * 3 + offset) % pool.size()];
-        if (n > 3) in[offset + n / 2] = special;
-        std::vector<float> out(in.size(), sentinel);
-        k.kernel(n, in.data() + offset, out.data() + offset);
-        for (int i = 0; i < offset; ++i) EXPECT_EQ(out[i], sentinel);
-        for (int i = 0; i < n; ++i) {
-          float alone;
-          k.kernel(1, &in[offset + i], &alone);
-          EXPECT_EQ(std::bit_cast<uint32_t>(out[offset + i]), std::bit_cast<uint32_t>(alone))
-              << k.name << " n=" << n << " i=" << i;
-        }
-        for (size_t i = offset + n; i < out.size(); ++i)
-          EXPECT_EQ(out[i], sentinel) << k.name << " n=" << n << " wrote past the end";
-        std::vector<float> inplace(in);
-        k.kernel(n, inplace.data() + offset, inplace.data() + offset);
-        for (int i = 0; i < n; ++i)
-          EXPECT_EQ(std::bit_cast<uint32_t>(inplace[offset + i]), std::bit_cast<uint32_t>(out[offset + i]));
-      }
-    }
+    check_lengths_and_aliasing(k.kernel, k.name, 4, [&](int count, uint32_t seed) {
+      std::vector<float> in(count);
+      for (size_t i = 0; i < in.size(); ++i) in[i] = pool[(i * 7 + seed) % pool.size()];
+      if (count > 3) in[count / 2] = special;
+      return in;
+    });
   });
 }
 
