@@ -1,0 +1,213 @@
+/* Random number generation: generator registry, streams, chunks, the shared
+   read-only data table, persistence and the basic generators.
+
+   A stream is one block of memory: a 16-byte header (generator identifier,
+   mark, chunk list) followed by the engine's state. Streams are created,
+   copied, split and advanced only through the registry record of their
+   generator; engines are reached through the four functions of that record.
+
+   Every function returning int returns 0 on success or a negative status
+   (ORX_RNG_ERROR_*). Nothing here throws, aborts or prints. */
+#ifndef ORX_RNG_H
+#define ORX_RNG_H
+
+#include <stdint.h>
+
+#include "orx/export.h"
+
+/* ---- statuses ---------------------------------------------------------- */
+#define ORX_RNG_ERROR_BAD_METHOD (-2)          /* InitStreamFn method not supported */
+#define ORX_RNG_ERROR_BAD_ARGUMENT (-3)        /* abstract-stream constructor arguments */
+#define ORX_RNG_ERROR_MEMORY (-4)              /* host allocation failed */
+#define ORX_RNG_ERROR_NULL_POINTER (-5)        /* a required pointer is null */
+#define ORX_RNG_ERROR_INVALID_BRNG (-1000)     /* identifier names no (sub-)generator */
+#define ORX_RNG_ERROR_LEAPFROG_UNSUPPORTED (-1002)
+#define ORX_RNG_ERROR_SKIPAHEAD_UNSUPPORTED (-1003)
+#define ORX_RNG_ERROR_BAD_STATE_SIZE (-1008)   /* registration: StateBytes < 0 */
+#define ORX_RNG_ERROR_BAD_WORD_SIZE (-1009)    /* registration: WordBytes not 4, 8, 16 */
+#define ORX_RNG_ERROR_BAD_STATE_WORDS (-1010)  /* registration: StateWords < 1 */
+#define ORX_RNG_ERROR_BAD_BITS (-1011)         /* registration: Bits < 1 */
+#define ORX_RNG_ERROR_BAD_NSTREAMS (-1013)     /* leapfrog with nstreams < 0 */
+/* Registration when all 512 records of the registry are in use. */
+#define ORX_RNG_ERROR_REGISTRY_FULL (-1021)
+#define ORX_RNG_ERROR_FILE_CLOSE (-1100)
+#define ORX_RNG_ERROR_FILE_OPEN (-1101)
+#define ORX_RNG_ERROR_FILE_WRITE (-1102)
+#define ORX_RNG_ERROR_FILE_READ (-1103)
+#define ORX_RNG_ERROR_BAD_FILE_FORMAT (-1110)
+#define ORX_RNG_ERROR_UNSUPPORTED_FILE_VERSION (-1111)
+#define ORX_RNG_ERROR_NONDETERMINISTIC_UNAVAILABLE (-1130)
+#define ORX_RNG_ERROR_BAD_MEMORY_IMAGE (-1200)
+#define ORX_RNG_ERROR_SHARED_KEY_NOT_FOUND (-3000)
+#define ORX_RNG_ERROR_SHARED_TABLE_FULL (-3001)
+
+/* ---- generator identifiers (record k has identifier (k + 1) << 20) ----- */
+#define ORX_BRNG_MCG31M1 0x100000
+#define ORX_BRNG_R250 0x200000
+#define ORX_BRNG_MRG32K3A 0x300000
+#define ORX_BRNG_MCG59 0x400000
+#define ORX_BRNG_WH 0x500000 /* + sub-generator 0..272 */
+#define ORX_BRNG_SOBOL 0x600000
+#define ORX_BRNG_NIEDERR 0x700000
+#define ORX_BRNG_MT19937 0x800000
+#define ORX_BRNG_MT2203 0x900000 /* + sub-generator 0..6023 */
+#define ORX_BRNG_IABSTRACT 0xA00000
+#define ORX_BRNG_DABSTRACT 0xB00000
+#define ORX_BRNG_SABSTRACT 0xC00000
+#define ORX_BRNG_SFMT19937 0xD00000
+#define ORX_BRNG_NONDETERM 0xE00000
+
+/* InitStreamFn methods. */
+#define ORX_RNG_INIT_SEED 0
+#define ORX_RNG_INIT_LEAPFROG 1
+#define ORX_RNG_INIT_SKIPAHEAD 2
+
+#define ORX_RNG_REGISTRY_CAPACITY 512
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* A stream; its layout is the library's (see the header comment). */
+typedef struct orx_rng_stream orx_rng_stream;
+
+typedef int (*orx_rng_init_fn)(int method, orx_rng_stream* stream, int n, const uint32_t* params);
+typedef int (*orx_rng_sfill_fn)(orx_rng_stream* stream, int n, float* r, float a, float b);
+typedef int (*orx_rng_dfill_fn)(orx_rng_stream* stream, int n, double* r, double a, double b);
+typedef int (*orx_rng_ifill_fn)(orx_rng_stream* stream, int n, uint32_t* r);
+
+/* One registry record. StateBytes is the whole stream record (16-byte header
+   included); WordBytes * StateWords is what a state copy moves, bounded by
+   the record. A raw fill writes n words of WordBytes bytes each. */
+typedef struct BrngProperties {
+  int32_t StateBytes;
+  int32_t StateWords;
+  int32_t IncludesZero;
+  int32_t WordBytes;
+  int32_t Bits;
+  orx_rng_init_fn InitStreamFn;
+  orx_rng_sfill_fn sBRngFn;
+  orx_rng_dfill_fn dBRngFn;
+  orx_rng_ifill_fn iBRngFn;
+} BrngProperties;
+
+/* A node of a stream's chunk list. Key {0, 0} marks a private block. */
+typedef struct orx_rng_chunk {
+  uint32_t Id;
+  uint32_t Size;
+  void* Data;
+  struct orx_rng_chunk* Next;
+  uint64_t Key[2];
+} orx_rng_chunk;
+
+/* An entry of the process-wide table of shared read-only blocks. */
+typedef struct orx_rng_shared_entry {
+  uint64_t Key[2];
+  uint32_t RefCount;
+  void* Data;
+} orx_rng_shared_entry;
+
+/* ---- registry ---------------------------------------------------------- */
+/* Resolves an identifier to (table, index, offset); checks nothing. */
+ORX_API const BrngProperties* __vslGetBrngBaseOffset(int32_t id, int32_t* index, int32_t* offset);
+/* 0 when (table, index, offset) names a registered (sub-)generator, else -1000. */
+ORX_API int __vslIsBrngValid(const BrngProperties* table, int32_t index, int32_t offset);
+ORX_API int __vslGetBrngProperties(int32_t id, BrngProperties* properties);
+ORX_API int __vslGetNumRegBrngs(void);
+/* The new generator's identifier, or a negative status. */
+ORX_API int __vslRegisterBrng(const BrngProperties* properties);
+
+/* ---- streams ----------------------------------------------------------- */
+ORX_API int __vslNewStreamEx(orx_rng_stream** stream, uint32_t id, uint32_t n,
+                             const uint32_t* params);
+ORX_API int __vslAllocateStream(orx_rng_stream** stream, const BrngProperties* table, uint32_t id,
+                                int32_t index, int32_t offset);
+ORX_API int __vslCopyStream(orx_rng_stream** copy, const orx_rng_stream* source);
+ORX_API int __vslCopyStreamState(orx_rng_stream* destination, const orx_rng_stream* source);
+ORX_API int __vslDeleteStream(orx_rng_stream** stream);
+ORX_API int __vslLeapfrogStream(orx_rng_stream* stream, uint32_t k, int32_t nstreams);
+ORX_API int __vslSkipAheadStream(orx_rng_stream* stream, uint64_t nskip);
+ORX_API uint32_t __vslGetStreamStateBrng(const orx_rng_stream* stream);
+ORX_API int __vslGetStreamSize(const orx_rng_stream* stream);
+
+/* ---- chunks and the shared read-only table ----------------------------- */
+ORX_API int __vslAddChunk(orx_rng_stream* stream, uint32_t id, const uint64_t* key, void* data,
+                          uint32_t size);
+ORX_API void* __vslSearchChunk(const orx_rng_stream* stream, uint32_t id);
+ORX_API int __vslGetNumChunks(const orx_rng_stream* stream);
+ORX_API int __vslCopyChunks(orx_rng_stream* destination, const orx_rng_stream* source);
+ORX_API void __vslDeleteChunks(orx_rng_stream* stream);
+ORX_API int __vslFindGlobRODataTableEntry(orx_rng_shared_entry** entry, const uint64_t* key);
+ORX_API int __vslCreateGlobRODataTableEntry(orx_rng_shared_entry** entry, const uint64_t* key,
+                                            void* data);
+ORX_API void __vslRegisterGlobRODataReference(orx_rng_chunk* chunk, const uint64_t* key);
+ORX_API void __vslUnregisterGlobRODataReference(const uint64_t* key);
+ORX_API int __vslGenerateNewGlobalRODataTableEntryId(uint64_t* key, uint64_t tag);
+ORX_API void _vslGlobRODataTableLock(void);
+ORX_API void _vslGlobRODataTableUnLock(void);
+/* Number of shared entries in use (for inspection and tests). */
+ORX_API int __vslGetGlobRODataTableCount(void);
+ORX_API uint64_t vsltsRDTSC(void);
+ORX_API int __vslCPUisRDRAND(void);
+
+/* ---- persistence -------------------------------------------------------
+   A name length >= 0 takes the first `length` bytes of `name`; a negative
+   length takes `name` as a zero-terminated string. */
+ORX_API int __vslSaveStreamF(const orx_rng_stream* stream, const char* name, int32_t length);
+ORX_API int __vslLoadStreamF(orx_rng_stream** stream, const char* name, int32_t length);
+ORX_API int __vslSaveStreamM(const orx_rng_stream* stream, char* buffer);
+ORX_API int __vslLoadStreamM(orx_rng_stream** stream, const char* buffer);
+
+/* ---- basic generators --------------------------------------------------
+   Fill functions write n values (n <= 0 writes nothing), leave the state
+   advanced by n steps and return 0; a request split into several calls gives
+   the same values as one call.
+
+   State areas (after the 16-byte header) and the value of each step:
+   - MCG31M1 {uint32 x, a}: the value is x as it stands, then x <- a*x mod
+     (2^31 - 1). Raw: one 32-bit word per value.
+   - MCG59 {uint64 x, a}: the value is x as it stands, then x <- a*x mod 2^59.
+     Raw: one 64-bit word per value (two 32-bit words, low first).
+   - MRG32K3A {uint32 x1[3], x2[3]}, each component oldest value first
+     (x[n-3], x[n-2], x[n-1]): a step computes x1[n] and x2[n], shifts them in,
+     and its value is z = x1[n] - x2[n] (+ m1 when negative). Raw: z.
+   - WH {uint32 x[4], a[4]}, moduli m[4] of the stream's sub-generator: the
+     value is u = frac(((x0/m0 + x1/m1) + x2/m2) + x3/m3) of the state as it
+     stands (each xi/mi is xi times the double 1/mi), then xi <- ai*xi mod mi.
+     Raw: one 16-byte word per value, the four xi as they stand.
+   - R250 {uint32 w[250], int32 position, int32 lag}: x[n] = x[n-250] XOR
+     x[n-103]; w is a ring of the last 250 values whose oldest sits at
+     `position`; lag is the recurrence's second lag, 103. Seeding with 250
+     words puts s[0] oldest. The value of a step is the new word. Raw: it.
+   Conversion to [a, b) with c = 1/(2^31-1), 2^-59, 1/m1, 1 (WH, x = u) and
+   2^-32 (R250):
+   - double: r = a + x*((b - a)*c), x converted to double with correct
+     rounding (MCG59 values above 2^53 included);
+   - float: r = a + float(x*c)*(b - a) in float, x*c in double;
+   and a result that rounding carries to b or beyond is replaced by the
+   largest value below b (when a < b), so outputs lie in [a, b). */
+#define ORX_RNG_DECLARE_ENGINE(E)                                                            \
+  ORX_API int __vslBRng##E##InitStream(int method, orx_rng_stream* stream, int n,          \
+                                        const uint32_t* params);                           \
+  ORX_API int __vslsBRng##E(orx_rng_stream* stream, int n, float* r, float a, float b);    \
+  ORX_API int __vsldBRng##E(orx_rng_stream* stream, int n, double* r, double a, double b); \
+  ORX_API int __vsliBRng##E(orx_rng_stream* stream, int n, uint32_t* r);
+ORX_RNG_DECLARE_ENGINE(MCG31M1)
+ORX_RNG_DECLARE_ENGINE(MCG59)
+ORX_RNG_DECLARE_ENGINE(MRG32K3A)
+ORX_RNG_DECLARE_ENGINE(WH)
+ORX_RNG_DECLARE_ENGINE(R250)
+
+/* Skip-ahead arithmetic. */
+ORX_API uint32_t __vsliPowMod2P31M1(uint32_t a, uint64_t k);
+ORX_API uint64_t __vsliPowMod2P59(uint64_t a, uint64_t k);
+ORX_API uint32_t __vsliPowMod(uint32_t a, uint64_t k, uint32_t m);
+/* Advances v = (v[0], v[1], v[2]) = (x[n-3], x[n-2], x[n-1]) of the recurrence
+   x[n] = row[0]*x[n-1] + row[1]*x[n-2] + row[2]*x[n-3] (mod m) by k steps. */
+ORX_API void __vsliVect3PowMod(uint32_t* v, const uint32_t* row, uint32_t m, uint64_t k);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif
