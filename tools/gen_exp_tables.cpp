@@ -58,7 +58,7 @@ int main(int argc, char** argv) {
   for (int j = 0; j < 128; ++j) {
     power_of_two(v, j, 128);
     const double d = mpfr_get_d(v, MPFR_RNDN);
-    std::fprintf(out, "    0x%016" PRIX64 ",%s", bits_of(d) & 0x000FFFFFFFFFFFFFull,
+    std::fprintf(out, "    0x%016" PRIX64 ",%s", static_cast<uint64_t>(bits_of(d) & 0x000FFFFFFFFFFFFFull),
                  j % 4 == 3 ? "\n" : "");
   }
   std::fprintf(out, "};\n");

@@ -219,13 +219,15 @@ std::unique_ptr<Model> make_wh(uint32_t id, const Seeds& s) {
   return std::make_unique<WhModel>(static_cast<int>(id - ORX_BRNG_WH), s);
 }
 
-const Engine kMcg31{"MCG31M1", ORX_BRNG_MCG31M1, 1, 1.0 / 2147483647.0, __vsliBRngMCG31M1,
-                    __vsldBRngMCG31M1, __vslsBRngMCG31M1, make<Mcg31Model>};
-const Engine kMcg59{"MCG59", ORX_BRNG_MCG59, 2, 0x1p-59, __vsliBRngMCG59, __vsldBRngMCG59,
+const Engine kMcg31{"MCG31M1",          ORX_BRNG_MCG31M1,  1,
+                    1.0 / 2147483647.0, __vsliBRngMCG31M1, __vsldBRngMCG31M1,
+                    __vslsBRngMCG31M1,  make<Mcg31Model>};
+const Engine kMcg59{"MCG59",         ORX_BRNG_MCG59,  2, 0x1p-59, __vsliBRngMCG59, __vsldBRngMCG59,
                     __vslsBRngMCG59, make<Mcg59Model>};
-const Engine kMrg{"MRG32K3A", ORX_BRNG_MRG32K3A, 1, 1.0 / 4294967087.0, __vsliBRngMRG32K3A,
-                  __vsldBRngMRG32K3A, __vslsBRngMRG32K3A, make<Mrg32k3aModel>};
-const Engine kR250{"R250", ORX_BRNG_R250, 1, 0x1p-32, __vsliBRngR250, __vsldBRngR250,
+const Engine kMrg{"MRG32K3A",         ORX_BRNG_MRG32K3A,  1,
+                  1.0 / 4294967087.0, __vsliBRngMRG32K3A, __vsldBRngMRG32K3A,
+                  __vslsBRngMRG32K3A, make<Mrg32k3aModel>};
+const Engine kR250{"R250",         ORX_BRNG_R250,  1, 0x1p-32, __vsliBRngR250, __vsldBRngR250,
                    __vslsBRngR250, make<R250Model>};
 Engine wh(const char* name, uint32_t sub) {
   return {name, ORX_BRNG_WH + sub, 4, 1.0, __vsliBRngWH, __vsldBRngWH, __vslsBRngWH, make_wh};
@@ -332,7 +334,8 @@ std::string describe(Mode mode, uint64_t bits) {
   os << std::setprecision(17);
   if (mode == Mode::kRaw) os << bits << " (0x" << std::hex << bits << ")";
   if (mode == Mode::kDouble) os << std::bit_cast<double>(bits);
-  if (mode == Mode::kFloat) os << std::setprecision(9) << std::bit_cast<float>(static_cast<uint32_t>(bits));
+  if (mode == Mode::kFloat)
+    os << std::setprecision(9) << std::bit_cast<float>(static_cast<uint32_t>(bits));
   return os.str();
 }
 
@@ -380,11 +383,11 @@ std::vector<int> split(const std::vector<int>& pattern, int total) {
 
 const std::vector<Seeds>& seed_sets() {
   static const std::vector<Seeds> sets = [] {
-    std::vector<Seeds> v = {{},          {0},        {1},
-                            {12345},     {0xFFFFFFFFu}, {2718281828u, 3141592653u},
-                            {11, 22, 33, 44, 55, 66}};
+    std::vector<Seeds> v = {
+        {}, {0}, {1}, {12345}, {0xFFFFFFFFu}, {2718281828u, 3141592653u}, {11, 22, 33, 44, 55, 66}};
     Seeds words;
-    for (uint32_t y = 20240601, i = 0; i < 250; ++i) words.push_back(y = y * 1664525u + 1013904223u);
+    for (uint32_t y = 20240601, i = 0; i < 250; ++i)
+      words.push_back(y = y * 1664525u + 1013904223u);
     v.push_back(words);
     return v;
   }();
@@ -404,7 +407,8 @@ TEST_P(EngineSequence, SeedingSetsTheModelState) {
     StreamPtr s = new_stream(e.id, seeds);
     ASSERT_TRUE(s);
     const auto want = e.model(e.id, seeds)->state();
-    EXPECT_EQ(state_words(s.get(), want.size()), want) << e.name << " with " << seeds.size() << " seed(s)";
+    EXPECT_EQ(state_words(s.get(), want.size()), want)
+        << e.name << " with " << seeds.size() << " seed(s)";
   }
 }
 
@@ -441,8 +445,8 @@ TEST_P(EngineSequence, NonPositiveLengthsWriteNothingAndKeepTheState) {
 
 TEST_P(EngineSequence, OutputsLieInTheInterval) {
   const Engine& e = GetParam();
-  const Interval doubles[] = {{0, 1},     {-1, 1},   {1e10, 1e10 + 1}, {1, 1 + 0x1p-52},
-                              {-5, -4},   {0, 1e-300}, {0, 0x1p59},    {-3.25, 1e6}};
+  const Interval doubles[] = {{0, 1},   {-1, 1},     {1e10, 1e10 + 1}, {1, 1 + 0x1p-52},
+                              {-5, -4}, {0, 1e-300}, {0, 0x1p59},      {-3.25, 1e6}};
   const Interval floats[] = {{0, 1}, {-1, 1}, {1e6, 1e6 + 1}, {1, 1 + 0x1p-23}, {-3.5, 2.25}};
   for (const Seeds& seeds : {kSeed, Seeds{1}}) {
     for (Interval iv : doubles) {
@@ -451,8 +455,10 @@ TEST_P(EngineSequence, OutputsLieInTheInterval) {
       ASSERT_TRUE(s);
       std::vector<double> r(3000);
       ASSERT_EQ(e.dfill(s.get(), 3000, r.data(), iv.a, iv.b), 0);
-      const auto outside = std::find_if(r.begin(), r.end(), [&](double v) { return !(v >= iv.a && v < iv.b); });
-      EXPECT_EQ(outside, r.end()) << e.name << " double " << *outside << " outside [" << iv.a << ", " << iv.b << ")";
+      const auto outside =
+          std::find_if(r.begin(), r.end(), [&](double v) { return !(v >= iv.a && v < iv.b); });
+      EXPECT_EQ(outside, r.end()) << e.name << " double " << *outside << " outside [" << iv.a
+                                  << ", " << iv.b << ")";
     }
     for (Interval iv : floats) {
       EXPECT_TRUE(matches_model(e, seeds, Mode::kFloat, iv, {3000}));
@@ -461,8 +467,10 @@ TEST_P(EngineSequence, OutputsLieInTheInterval) {
       const float a = static_cast<float>(iv.a), b = static_cast<float>(iv.b);
       std::vector<float> r(3000);
       ASSERT_EQ(e.sfill(s.get(), 3000, r.data(), a, b), 0);
-      const auto outside = std::find_if(r.begin(), r.end(), [&](float v) { return !(v >= a && v < b); });
-      EXPECT_EQ(outside, r.end()) << e.name << " float " << *outside << " outside [" << a << ", " << b << ")";
+      const auto outside =
+          std::find_if(r.begin(), r.end(), [&](float v) { return !(v >= a && v < b); });
+      EXPECT_EQ(outside, r.end()) << e.name << " float " << *outside << " outside [" << a << ", "
+                                  << b << ")";
     }
   }
 }
@@ -472,14 +480,18 @@ INSTANTIATE_TEST_SUITE_P(Engines, EngineSequence,
                                            wh("WH136", 136), wh("WH272", 272)),
                          [](const auto& info) { return std::string(info.param.name); });
 
-// ---- engine-specific seeding and conversion edge cases --------------------------
+// ---- seeding and conversion edge cases of each engine --------------------------
 
 TEST(Mcg31m1Seeding, ReducesTheSeedAndNeverStartsFromZero) {
   const struct {
     Seeds seeds;
     uint32_t x;
-  } cases[] = {{{0x7FFFFFFFu}, 1}, {{0}, 1},           {{}, 1},
-               {{0xFFFFFFFEu}, 1}, {{0xFFFFFFFFu}, 1}, {{0x80000005u}, 6},
+  } cases[] = {{{0x7FFFFFFFu}, 1},
+               {{0}, 1},
+               {{}, 1},
+               {{0xFFFFFFFEu}, 1},
+               {{0xFFFFFFFFu}, 1},
+               {{0x80000005u}, 6},
                {{0x7FFFFFFEu, 99}, 0x7FFFFFFE}};
   for (const auto& c : cases) {
     StreamPtr s = new_stream(ORX_BRNG_MCG31M1, c.seeds);
@@ -635,9 +647,11 @@ TEST(WhParams, KnownSetsAndModuliJustBelowTwoTo24) {
 TEST(WhSeeding, ReducesEachSeedByItsModulusAndFillsWithOnes) {
   for (uint32_t sub : {0u, 1u, 136u, 272u}) {
     const uint32_t* m = _vsl_WH_M[sub];
-    const std::vector<Seeds> seed_lists = {{},         {5},          {5, 6},        {5, 6, 7},
-                                           {5, 6, 7, 8}, {1, 2, 3, 4, 5}, {0, 0, 0, 0},
-                                           {m[0], m[1] + 3, 0xFFFFFFFFu, 2 * m[3] - 1}};
+    const std::vector<Seeds> seed_lists = {
+        {},           {5},
+        {5, 6},       {5, 6, 7},
+        {5, 6, 7, 8}, {1, 2, 3, 4, 5},
+        {0, 0, 0, 0}, {m[0], m[1] + 3, 0xFFFFFFFFu, 2 * m[3] - 1}};
     for (const Seeds& seeds : seed_lists) {
       StreamPtr s = new_stream(ORX_BRNG_WH + sub, seeds);
       ASSERT_TRUE(s);

@@ -57,9 +57,7 @@ Matrix mat_pow(Matrix x, uint64_t k, uint64_t m) {
 
 // Takes (x[n-3], x[n-2], x[n-1]) to (x[n-2], x[n-1], x[n]) for
 // x[n] = row[0] x[n-1] + row[1] x[n-2] + row[2] x[n-3].
-Matrix companion(const uint32_t* row) {
-  return {{{0, 1, 0}, {0, 0, 1}, {row[2], row[1], row[0]}}};
-}
+Matrix companion(const uint32_t* row) { return {{{0, 1, 0}, {0, 0, 1}, {row[2], row[1], row[0]}}}; }
 
 std::array<uint32_t, 3> apply(const Matrix& x, const uint32_t* v, uint64_t m) {
   std::array<uint32_t, 3> r{};
@@ -72,9 +70,9 @@ std::array<uint32_t, 3> apply(const Matrix& x, const uint32_t* v, uint64_t m) {
 }
 
 void step3(uint32_t* v, const uint32_t* row, uint64_t m) {
-  const unsigned __int128 next =
-      static_cast<unsigned __int128>(row[0]) * v[2] + static_cast<unsigned __int128>(row[1]) * v[1] +
-      static_cast<unsigned __int128>(row[2]) * v[0];
+  const unsigned __int128 next = static_cast<unsigned __int128>(row[0]) * v[2] +
+                                 static_cast<unsigned __int128>(row[1]) * v[1] +
+                                 static_cast<unsigned __int128>(row[2]) * v[0];
   v[0] = v[1], v[1] = v[2], v[2] = static_cast<uint32_t>(next % m);
 }
 
@@ -103,7 +101,8 @@ Words jump_mrg(uint32_t, Words st, uint64_t k) {
 
 Words jump_wh(uint32_t id, Words st, uint64_t k) {
   const uint32_t* m = _vsl_WH_M[id - ORX_BRNG_WH];
-  for (int i = 0; i < 4; ++i) st[i] = static_cast<uint32_t>(mul_mod(pow_mod(st[4 + i], k, m[i]), st[i], m[i]));
+  for (int i = 0; i < 4; ++i)
+    st[i] = static_cast<uint32_t>(mul_mod(pow_mod(st[4 + i], k, m[i]), st[i], m[i]));
   return st;
 }
 
@@ -148,9 +147,12 @@ struct Engine {
 // Test names and failure messages show the engine by name.
 void PrintTo(const Engine& e, std::ostream* os) { *os << e.name; }
 
-const Engine kMcg31{"MCG31M1", ORX_BRNG_MCG31M1, 2, 1, __vsliBRngMCG31M1, __vsldBRngMCG31M1, __vslsBRngMCG31M1, jump_mcg31};
-const Engine kMcg59{"MCG59", ORX_BRNG_MCG59, 4, 2, __vsliBRngMCG59, __vsldBRngMCG59, __vslsBRngMCG59, jump_mcg59};
-const Engine kMrg{"MRG32K3A", ORX_BRNG_MRG32K3A, 6, 1, __vsliBRngMRG32K3A, __vsldBRngMRG32K3A, __vslsBRngMRG32K3A, jump_mrg};
+const Engine kMcg31{"MCG31M1",         ORX_BRNG_MCG31M1,  2,         1, __vsliBRngMCG31M1,
+                    __vsldBRngMCG31M1, __vslsBRngMCG31M1, jump_mcg31};
+const Engine kMcg59{"MCG59",         ORX_BRNG_MCG59,  4,         2, __vsliBRngMCG59,
+                    __vsldBRngMCG59, __vslsBRngMCG59, jump_mcg59};
+const Engine kMrg{"MRG32K3A",         ORX_BRNG_MRG32K3A,  6,       1, __vsliBRngMRG32K3A,
+                  __vsldBRngMRG32K3A, __vslsBRngMRG32K3A, jump_mrg};
 Engine wh(const char* name, uint32_t sub) {
   return {name, ORX_BRNG_WH + sub, 8, 4, __vsliBRngWH, __vsldBRngWH, __vslsBRngWH, jump_wh};
 }
@@ -238,8 +240,8 @@ class Leapfrog : public ::testing::TestWithParam<Engine> {};
 TEST_P(Leapfrog, YieldsEveryNthValueOfTheParentFromTheKth) {
   const Engine& e = GetParam();
   constexpr int kValues = 150;  // enough for the 8- and 16-lane blocks
-  const std::pair<uint32_t, int32_t> splits[] = {{0, 1}, {0, 2},  {1, 2},   {2, 3},  {5, 7},
-                                                 {0, 8}, {7, 8},  {3, 16},  {15, 16}, {9, 100}};
+  const std::pair<uint32_t, int32_t> splits[] = {{0, 1}, {0, 2}, {1, 2},  {2, 3},   {5, 7},
+                                                 {0, 8}, {7, 8}, {3, 16}, {15, 16}, {9, 100}};
   for (auto [k, n] : splits) {
     StreamPtr parent = new_stream(e.id, kSeeds);
     ASSERT_TRUE(parent);
@@ -249,7 +251,8 @@ TEST_P(Leapfrog, YieldsEveryNthValueOfTheParentFromTheKth) {
     const auto whole = outputs(e, parent.get(), static_cast<int>(k) + n * kValues);
     const auto part = outputs(e, child.get(), kValues);
     for (int i = 0; i < kValues; ++i)
-      ASSERT_EQ(part[i], whole[k + static_cast<size_t>(i) * n]) << e.name << " k=" << k << " N=" << n << " value " << i;
+      ASSERT_EQ(part[i], whole[k + static_cast<size_t>(i) * n])
+          << e.name << " k=" << k << " N=" << n << " value " << i;
     // Skip-ahead on a leapfrogged stream moves along the leapfrogged sequence.
     ASSERT_EQ(__vslSkipAheadStream(child_copy.get(), 5), 0);
     EXPECT_EQ(outputs(e, child_copy.get(), 1)[0], whole[k + 5 * static_cast<size_t>(n)]) << e.name;
@@ -266,7 +269,8 @@ TEST_P(Leapfrog, FirstOfOneLeavesTheStreamUnchanged) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Engines, Leapfrog,
-                         ::testing::Values(kMcg31, kMcg59, wh("WH0", 0), wh("WH136", 136), wh("WH272", 272)),
+                         ::testing::Values(kMcg31, kMcg59, wh("WH0", 0), wh("WH136", 136),
+                                           wh("WH272", 272)),
                          [](const auto& info) { return std::string(info.param.name); });
 
 // ---- refused methods -------------------------------------------------------------
@@ -283,7 +287,8 @@ struct MethodSupport {
 const MethodSupport kSupport[] = {
     {"MCG31M1", ORX_BRNG_MCG31M1, 2, __vslBRngMCG31M1InitStream, 0, 0},
     {"MCG59", ORX_BRNG_MCG59, 4, __vslBRngMCG59InitStream, 0, 0},
-    {"MRG32K3A", ORX_BRNG_MRG32K3A, 6, __vslBRngMRG32K3AInitStream, ORX_RNG_ERROR_LEAPFROG_UNSUPPORTED, 0},
+    {"MRG32K3A", ORX_BRNG_MRG32K3A, 6, __vslBRngMRG32K3AInitStream,
+     ORX_RNG_ERROR_LEAPFROG_UNSUPPORTED, 0},
     {"WH", ORX_BRNG_WH + 17, 8, __vslBRngWHInitStream, 0, 0},
     {"R250", ORX_BRNG_R250, 252, __vslBRngR250InitStream, ORX_RNG_ERROR_LEAPFROG_UNSUPPORTED,
      ORX_RNG_ERROR_SKIPAHEAD_UNSUPPORTED},
@@ -316,7 +321,8 @@ TEST(EngineMethods, UnknownMethodsAreRefused) {
     EXPECT_EQ(props.InitStreamFn, m.init) << m.name;
     const uint32_t params[2] = {1, 0};
     for (int method : {3, 7, -1, 1000}) {
-      EXPECT_EQ(m.init(method, s.get(), 0, nullptr), ORX_RNG_ERROR_BAD_METHOD) << m.name << " method " << method;
+      EXPECT_EQ(m.init(method, s.get(), 0, nullptr), ORX_RNG_ERROR_BAD_METHOD)
+          << m.name << " method " << method;
       EXPECT_EQ(props.InitStreamFn(method, s.get(), 2, params), ORX_RNG_ERROR_BAD_METHOD)
           << m.name << " method " << method;
     }
@@ -336,9 +342,18 @@ TEST(EngineMethods, NegativeStreamCountIsRefusedBeforeTheEngine) {
 
 // ---- modular-power helpers -------------------------------------------------------
 
-const uint64_t kExponents[] = {0,    1,          2,          3,          31,         1000,
-                               1000003, 0x7FFFFFFE, (uint64_t{1} << 32) + 5, uint64_t{1} << 40,
-                               uint64_t{1} << 63, kMax64};
+const uint64_t kExponents[] = {0,
+                               1,
+                               2,
+                               3,
+                               31,
+                               1000,
+                               1000003,
+                               0x7FFFFFFE,
+                               (uint64_t{1} << 32) + 5,
+                               uint64_t{1} << 40,
+                               uint64_t{1} << 63,
+                               kMax64};
 
 TEST(PowModHelpers, MersenneModulus) {
   for (uint32_t a : {1u, 2u, 16807u, 48271u, 1132489760u, 0x40000000u, 0x7FFFFFFEu})
@@ -358,11 +373,13 @@ TEST(PowModHelpers, PowerOfTwoModulus) {
 }
 
 TEST(PowModHelpers, GeneralModulusUpTo32Bits) {
-  for (uint64_t m : {uint64_t{2}, uint64_t{3}, uint64_t{16770647}, kP31, kM2, kM1, uint64_t{0xFFFFFFFB},
-                     uint64_t{0xFFFFFFFF}})
-    for (uint64_t base : {uint64_t{0}, uint64_t{1}, uint64_t{2}, m - 1, m / 2 + 1, uint64_t{0x9E3779B9}})
+  for (uint64_t m : {uint64_t{2}, uint64_t{3}, uint64_t{16770647}, kP31, kM2, kM1,
+                     uint64_t{0xFFFFFFFB}, uint64_t{0xFFFFFFFF}})
+    for (uint64_t base :
+         {uint64_t{0}, uint64_t{1}, uint64_t{2}, m - 1, m / 2 + 1, uint64_t{0x9E3779B9}})
       for (uint64_t k : kExponents)
-        EXPECT_EQ(__vsliPowMod(static_cast<uint32_t>(base % m), k, static_cast<uint32_t>(m)), pow_mod(base, k, m))
+        EXPECT_EQ(__vsliPowMod(static_cast<uint32_t>(base % m), k, static_cast<uint32_t>(m)),
+                  pow_mod(base, k, m))
             << base % m << "^" << k << " mod " << m;
   EXPECT_EQ(__vsliPowMod(0, 0, 4294967087u), 1u);
 }
@@ -409,8 +426,10 @@ TEST(Vect3PowMod, LargeCountsComposeAndMatchMatrixPowers) {
       __vsliVect3PowMod(twice, r.row.data(), r.m, k1);
       __vsliVect3PowMod(twice, r.row.data(), r.m, k2);
       const auto want = apply(mat_pow(companion(r.row.data()), k1 + k2, r.m), start, r.m);
-      EXPECT_EQ(Words(once, once + 3), Words(want.begin(), want.end())) << "m=" << r.m << " k=" << k1 + k2;
-      EXPECT_EQ(Words(twice, twice + 3), Words(want.begin(), want.end())) << "m=" << r.m << " k=" << k1 + k2;
+      EXPECT_EQ(Words(once, once + 3), Words(want.begin(), want.end()))
+          << "m=" << r.m << " k=" << k1 + k2;
+      EXPECT_EQ(Words(twice, twice + 3), Words(want.begin(), want.end()))
+          << "m=" << r.m << " k=" << k1 + k2;
     }
   }
 }

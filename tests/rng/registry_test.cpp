@@ -26,7 +26,8 @@ struct BuiltinRow {
   orx_rng_ifill_fn ifill;
 };
 
-#define ENGINE_FUNCTIONS(E) true, __vslBRng##E##InitStream, __vslsBRng##E, __vsldBRng##E, __vsliBRng##E
+#define ENGINE_FUNCTIONS(E) \
+  true, __vslBRng##E##InitStream, __vslsBRng##E, __vsldBRng##E, __vsliBRng##E
 #define NO_FUNCTIONS true, nullptr, nullptr, nullptr, nullptr
 #define UNCHECKED_FUNCTIONS false, nullptr, nullptr, nullptr, nullptr
 
@@ -156,10 +157,10 @@ TEST(RngRegistry, EdgeIdentifiersResolveAsDocumented) {
 }
 
 TEST(RngRegistry, InvalidIdentifiersAreRefusedWithoutWritingTheOutput) {
-  const int32_t ids[] = {279,      280,        1000,       0xFFFFF,  -1,        -4,
-                         -277,     INT32_MIN,  -0x100000,  0x900000 + 6024, 0x500000 + 273,
-                         0x100001, 0x600001,   0xE00001,   0xF00000, 0x1000000, 0x20000000,
-                         0x7FF00000, INT32_MAX};
+  const int32_t ids[] = {
+      279,       280,        1000,       0xFFFFF,         -1,       -4,        -277,
+      -0x100000, INT32_MIN,  INT32_MAX,  0x900000 + 6024, 0x500000 + 273,     0x100001,
+      0x600001,  0xE00001,   0xF00000,   0x1000000,       0x20000000,         0x7FF00000};
   for (int32_t id : ids) expect_invalid_id(id);
 }
 
@@ -207,6 +208,17 @@ TEST(RngRegistry, EarlierIdentifiersMakeTheSameStreams) {
     __vslDeleteStream(&a);
     __vslDeleteStream(&b);
   }
+  // The sub-generator index matters: earlier id 100 is WH+96, not WH+0.
+  orx_rng_stream* sub96 = nullptr;
+  orx_rng_stream* sub0 = nullptr;
+  ASSERT_EQ(__vslNewStreamEx(&sub96, 100, 1, &seed), 0);
+  ASSERT_EQ(__vslNewStreamEx(&sub0, ORX_BRNG_WH, 1, &seed), 0);
+  std::vector<double> r96(8), r0(8);
+  __vsldBRngWH(sub96, 8, r96.data(), 0.0, 1.0);
+  __vsldBRngWH(sub0, 8, r0.data(), 0.0, 1.0);
+  EXPECT_NE(r96, r0);
+  __vslDeleteStream(&sub96);
+  __vslDeleteStream(&sub0);
 }
 
 // ---- a user generator: 32-bit xorshift (13, 17, 5) -------------------------
@@ -249,7 +261,8 @@ int xorshift_ifill(orx_rng_stream* stream, int n, uint32_t* r) {
 }
 
 int xorshift_dfill(orx_rng_stream* stream, int n, double* r, double a, double b) {
-  for (int i = 0; i < n; ++i) r[i] = a + (b - a) * (xorshift_step(xorshift_state(stream)[0]) * 0x1p-32);
+  for (int i = 0; i < n; ++i)
+    r[i] = a + (b - a) * (xorshift_step(xorshift_state(stream)[0]) * 0x1p-32);
   return 0;
 }
 

@@ -13,8 +13,8 @@
 #include <thread>
 #include <vector>
 
-#include "orx/rng.h"
 #include "orx/host.h"
+#include "orx/rng.h"
 #include "orx_serv.h"
 
 namespace {

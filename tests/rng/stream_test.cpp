@@ -1,18 +1,107 @@
 // Stream objects: creation, copy, state copy, delete, leapfrog and skip-ahead
 // plumbing, sizes, allocation failures and the chunk list.
+#include <dlfcn.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <climits>
 #include <cstdint>
 #include <cstring>
+#include <map>
+#include <mutex>
 #include <vector>
 
 #include "orx/host.h"
 #include "orx/rng.h"
 #include "orx_serv.h"
 
+// ---- guarded host memory ----------------------------------------------------
+// This program defines the host's two memory services itself, so that every
+// block the library takes comes through here: each block gets 64 guard bytes
+// after its end (the host allocator's own alignment slack would hide a short
+// overrun even from the sanitizer), and live blocks are counted so that a test
+// can tell exactly what it leaked. The host's functions do the real work, so
+// orx_host_test_fail_allocation still applies.
+namespace guarded {
+constexpr size_t kGuardBytes = 64;
+constexpr unsigned char kGuardByte = 0xFD;
+
+struct Registry {
+  std::mutex mutex;
+  std::map<void*, size_t> live;  // block -> requested bytes
+  int overruns = 0;
+};
+Registry& registry() {
+  static Registry* r = new Registry;  // never destroyed: frees may come late
+  return *r;
+}
+
+template <class Fn>
+Fn host_function(const char* name) {
+  return reinterpret_cast<Fn>(dlsym(RTLD_NEXT, name));
+}
+
+bool guard_intact(const void* block, size_t bytes) {
+  const auto* tail = static_cast<const unsigned char*>(block) + bytes;
+  return std::all_of(tail, tail + kGuardBytes, [](unsigned char b) { return b == kGuardByte; });
+}
+
+size_t live_blocks() {
+  std::lock_guard<std::mutex> lock(registry().mutex);
+  return registry().live.size();
+}
+
+// Overruns seen so far, including those of blocks still live.
+int overruns() {
+  std::lock_guard<std::mutex> lock(registry().mutex);
+  int count = registry().overruns;
+  for (const auto& [block, bytes] : registry().live) count += !guard_intact(block, bytes);
+  return count;
+}
+}  // namespace guarded
+
+extern "C" void* orx_serv_orx_malloc(size_t bytes, size_t alignment) noexcept {
+  static const auto host = guarded::host_function<void* (*)(size_t, size_t)>("orx_serv_orx_malloc");
+  void* block = host(bytes + guarded::kGuardBytes, alignment);
+  if (block == nullptr) return nullptr;
+  std::memset(static_cast<unsigned char*>(block) + bytes, guarded::kGuardByte,
+              guarded::kGuardBytes);
+  std::lock_guard<std::mutex> lock(guarded::registry().mutex);
+  guarded::registry().live[block] = bytes;
+  return block;
+}
+
+extern "C" void orx_serv_orx_free(void* block) noexcept {
+  static const auto host = guarded::host_function<void (*)(void*)>("orx_serv_orx_free");
+  if (block != nullptr) {
+    std::lock_guard<std::mutex> lock(guarded::registry().mutex);
+    auto found = guarded::registry().live.find(block);
+    if (found != guarded::registry().live.end()) {
+      guarded::registry().overruns += !guarded::guard_intact(block, found->second);
+      guarded::registry().live.erase(found);
+    }
+  }
+  host(block);
+}
+
 namespace {
+
+// Every case ends with the blocks it started with and no guard overwritten.
+class RngStream : public testing::Test {
+ protected:
+  void SetUp() override {
+    live_at_start_ = guarded::live_blocks();
+    overruns_at_start_ = guarded::overruns();
+  }
+  void TearDown() override {
+    EXPECT_EQ(guarded::live_blocks(), live_at_start_) << "blocks leaked by the case";
+    EXPECT_EQ(guarded::overruns(), overruns_at_start_) << "a block was written past its end";
+  }
+
+ private:
+  size_t live_at_start_ = 0;
+  int overruns_at_start_ = 0;
+};
 
 // The stream record's 16-byte header, followed by the engine state.
 struct StreamHeader {
@@ -70,11 +159,13 @@ const EngineCase kEngines[] = {
     {"WH+17", ORX_BRNG_WH + 17, 48},     {"WH+272", ORX_BRNG_WH + 272, 48},
 };
 
-TEST(RngStream, NewStreamHasHeaderSizeAndAlignment) {
+TEST_F(RngStream, NewStreamHasHeaderSizeAndAlignment) {
   for (const EngineCase& e : kEngines) {
     SCOPED_TRACE(e.name);
+    const size_t live = guarded::live_blocks();
     orx_rng_stream* stream = new_stream(e.id, 7);
     ASSERT_NE(stream, nullptr);
+    EXPECT_EQ(guarded::live_blocks(), live + 1) << "the record did not come from the host";
     EXPECT_EQ(reinterpret_cast<uintptr_t>(stream) % 64, 0u);
     EXPECT_EQ(header(stream).BrngId, e.id);
     EXPECT_EQ(header(stream).StreamMark, 1);
@@ -91,7 +182,7 @@ TEST(RngStream, NewStreamHasHeaderSizeAndAlignment) {
   __vslDeleteStream(&earlier);
 }
 
-TEST(RngStream, CopyContinuesTheSequenceAndIsIndependent) {
+TEST_F(RngStream, CopyContinuesTheSequenceAndIsIndependent) {
   for (const EngineCase& e : kEngines) {
     SCOPED_TRACE(e.name);
     const size_t state_size = static_cast<size_t>(e.state_bytes) - 16;
@@ -117,7 +208,7 @@ TEST(RngStream, CopyContinuesTheSequenceAndIsIndependent) {
   }
 }
 
-TEST(RngStream, CopyStateOntoItselfKeepsItsChunks) {
+TEST_F(RngStream, CopyStateOntoItselfKeepsItsChunks) {
   orx_rng_stream* stream = new_stream(ORX_BRNG_MRG32K3A, 5);
   void* block = host_block(48, 0x3C);
   ASSERT_EQ(__vslAddChunk(stream, 40, nullptr, block, 48), 0);
@@ -129,7 +220,7 @@ TEST(RngStream, CopyStateOntoItselfKeepsItsChunks) {
   __vslDeleteStream(&stream);
 }
 
-TEST(RngStream, CopyStateReplacesDestinationChunksWithCopies) {
+TEST_F(RngStream, CopyStateReplacesDestinationChunksWithCopies) {
   orx_rng_stream* source = new_stream(ORX_BRNG_MCG31M1, 1);
   orx_rng_stream* destination = new_stream(ORX_BRNG_MCG31M1, 2);
   draw_words(source, 3);
@@ -161,7 +252,7 @@ TEST(RngStream, CopyStateReplacesDestinationChunksWithCopies) {
 
 // WordBytes * StateWords of WH is 64 bytes, its state area 32: the copy stays
 // inside the 48-byte record (the sanitizer build checks the bounds).
-TEST(RngStream, CopyStateIsBoundedByTheRecord) {
+TEST_F(RngStream, CopyStateIsBoundedByTheRecord) {
   orx_rng_stream* source = new_stream(ORX_BRNG_WH + 3, 1);
   orx_rng_stream* destination = new_stream(ORX_BRNG_WH + 3, 2);
   draw_words(source, 9);
@@ -185,7 +276,7 @@ TEST(RngStream, CopyStateIsBoundedByTheRecord) {
   __vslDeleteStream(&large);
 }
 
-TEST(RngStream, SizeCountsEveryChunk) {
+TEST_F(RngStream, SizeCountsEveryChunk) {
   orx_rng_stream* stream = new_stream(ORX_BRNG_MCG31M1, 3);
   EXPECT_EQ(__vslGetStreamSize(stream), 24);
   ASSERT_EQ(__vslAddChunk(stream, 11, nullptr, host_block(16, 1), 16), 0);
@@ -242,7 +333,7 @@ uint32_t register_recording_engine() {
   return static_cast<uint32_t>(id);
 }
 
-TEST(RngStream, InitStreamReceivesSeedLeapfrogAndSkipAheadArguments) {
+TEST_F(RngStream, InitStreamReceivesSeedLeapfrogAndSkipAheadArguments) {
   const uint32_t id = register_recording_engine();
   const uint32_t seeds[3] = {9, 8, 7};
   orx_rng_stream* stream = nullptr;
@@ -260,8 +351,8 @@ TEST(RngStream, InitStreamReceivesSeedLeapfrogAndSkipAheadArguments) {
     int32_t nstreams;
     int status;
   };
-  for (const Leapfrog& c : {Leapfrog{5, 7, 0}, Leapfrog{0, 0, 0}, Leapfrog{0xFFFFFFFFu, INT32_MAX, -1002},
-                            Leapfrog{3, 1, -2}}) {
+  for (const Leapfrog& c : {Leapfrog{5, 7, 0}, Leapfrog{0, 0, 0},
+                            Leapfrog{0xFFFFFFFFu, INT32_MAX, -1002}, Leapfrog{3, 1, -2}}) {
     g_init = InitCall{};
     g_init.status = c.status;
     EXPECT_EQ(__vslLeapfrogStream(stream, c.k, c.nstreams), c.status);
@@ -291,7 +382,7 @@ TEST(RngStream, InitStreamReceivesSeedLeapfrogAndSkipAheadArguments) {
 }
 
 // Leapfrog and skip-ahead of a real engine against its own plain sequence.
-TEST(RngStream, LeapfrogAndSkipAheadSelectTheRightValues) {
+TEST_F(RngStream, LeapfrogAndSkipAheadSelectTheRightValues) {
   for (uint32_t id : {uint32_t{ORX_BRNG_MCG31M1}, uint32_t{ORX_BRNG_MCG59}}) {
     SCOPED_TRACE(testing::Message() << "id=0x" << std::hex << id);
     const size_t words = id == ORX_BRNG_MCG59 ? 2 : 1;
@@ -316,16 +407,18 @@ TEST(RngStream, LeapfrogAndSkipAheadSelectTheRightValues) {
   }
 }
 
-TEST(RngStream, AllocationFailureAtCreationLeavesNothing) {
+TEST_F(RngStream, AllocationFailureAtCreationLeavesNothing) {
   const uint32_t id = register_recording_engine();
   const uint32_t seed = 1;
   for (uint32_t brng : {uint32_t{ORX_BRNG_MCG31M1}, uint32_t{ORX_BRNG_R250}, id}) {
     orx_rng_stream* stream = nullptr;
     g_init = InitCall{};
+    const size_t live = guarded::live_blocks();
     orx_host_test_fail_allocation(1);
     EXPECT_EQ(__vslNewStreamEx(&stream, brng, 1, &seed), ORX_RNG_ERROR_MEMORY);
     orx_host_test_fail_allocation(0);
     EXPECT_EQ(stream, nullptr);
+    EXPECT_EQ(guarded::live_blocks(), live);
     EXPECT_EQ(g_init.calls, 0) << "InitStreamFn ran without a stream";
   }
   orx_rng_stream* source = new_stream(ORX_BRNG_MCG31M1, 2);
@@ -346,7 +439,7 @@ TEST(RngStream, AllocationFailureAtCreationLeavesNothing) {
 
 // Copying three private chunks takes six allocations (a data block and a node
 // each); a failure at any of them leaves the destination without chunks.
-TEST(RngStream, AllocationFailureDuringChunkCopyLeavesNoPartialChunks) {
+TEST_F(RngStream, AllocationFailureDuringChunkCopyLeavesNoPartialChunks) {
   orx_rng_stream* source = new_stream(ORX_BRNG_MCG31M1, 2);
   ASSERT_EQ(__vslAddChunk(source, 31, nullptr, host_block(8, 1), 8), 0);
   ASSERT_EQ(__vslAddChunk(source, 32, nullptr, host_block(40, 2), 40), 0);
@@ -354,9 +447,11 @@ TEST(RngStream, AllocationFailureDuringChunkCopyLeavesNoPartialChunks) {
   for (int k = 1; k <= 6; ++k) {
     SCOPED_TRACE(testing::Message() << "failing allocation " << k);
     orx_rng_stream* destination = new_stream(ORX_BRNG_MCG31M1, 3);
+    const size_t live = guarded::live_blocks();
     orx_host_test_fail_allocation(k);
     EXPECT_EQ(__vslCopyChunks(destination, source), ORX_RNG_ERROR_MEMORY);
     orx_host_test_fail_allocation(0);
+    EXPECT_EQ(guarded::live_blocks(), live) << "blocks of the failed copy remain";
     EXPECT_EQ(__vslGetNumChunks(destination), 0);
     EXPECT_EQ(header(destination).Chunks, nullptr);
     __vslDeleteStream(&destination);
@@ -380,7 +475,7 @@ TEST(RngStream, AllocationFailureDuringChunkCopyLeavesNoPartialChunks) {
   __vslDeleteStream(&source);
 }
 
-TEST(RngStream, ChunkListAddSearchCountDelete) {
+TEST_F(RngStream, ChunkListAddSearchCountDelete) {
   const int shared_before = __vslGetGlobRODataTableCount();
   orx_rng_stream* stream = new_stream(ORX_BRNG_MCG59, 8);
   EXPECT_EQ(__vslSearchChunk(stream, 5), nullptr);

@@ -47,6 +47,15 @@ int __vslSkipLoadingFromMemory(ImageMedium& medium, size_t bytes) {
   return 0;
 }
 
+long long bytes_left(const ImageMedium& medium) {
+  if (medium.file == nullptr) return -1;
+  const long here = std::ftell(medium.file);
+  if (here < 0 || std::fseek(medium.file, 0, SEEK_END) != 0) return -1;
+  const long end = std::ftell(medium.file);
+  if (std::fseek(medium.file, here, SEEK_SET) != 0 || end < here) return -1;
+  return end - here;
+}
+
 ImageMedium file_medium(std::FILE* file) {
   return ImageMedium{file, nullptr, __vslSaveToFile, __vslLoadFromFile, __vslSkipLoadingFromFile};
 }

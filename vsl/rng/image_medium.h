@@ -26,6 +26,8 @@ struct ImageMedium {
   unsigned char* position;  // the memory medium: next byte to write or read
   int (*save)(ImageMedium& medium, const void* data, size_t bytes);
   int (*load)(ImageMedium& medium, void* data, size_t bytes);
+  // Passes over bytes a reader does not keep. The stream reader has no such
+  // bytes today: it reads the state right after the first 16 header bytes.
   int (*skip)(ImageMedium& medium, size_t bytes);
 };
 
@@ -35,6 +37,10 @@ int __vslLoadFromFile(ImageMedium& medium, void* data, size_t bytes);
 int __vslLoadFromMemory(ImageMedium& medium, void* data, size_t bytes);
 int __vslSkipLoadingFromFile(ImageMedium& medium, size_t bytes);
 int __vslSkipLoadingFromMemory(ImageMedium& medium, size_t bytes);
+
+// Bytes between a file medium's position and the end of its file; -1 for a
+// memory medium or a file that cannot seek (nothing is known then).
+long long bytes_left(const ImageMedium& medium);
 
 // A medium on a file opened by the caller ("wb" to save, "rb" to load).
 ImageMedium file_medium(std::FILE* file);

@@ -126,6 +126,10 @@ int __vslReadChunks(ImageMedium& medium, orx_rng_stream* stream, uint8_t version
     if (status == 0 && version == 1) status = medium.load(medium, key, sizeof key);
     if (status == 0) status = medium.load(medium, &size, sizeof size);
     if (status != 0) return status;
+    // A damaged size field must not make a file load allocate gigabytes that
+    // the file cannot fill: it is a short read before any allocation.
+    const long long left = orx::rng::bytes_left(medium);
+    if (left >= 0 && size > static_cast<unsigned long long>(left)) return ORX_RNG_ERROR_FILE_READ;
     void* data = orx_serv_orx_malloc(size, kStreamAlignment);
     if (data == nullptr) return ORX_RNG_ERROR_MEMORY;
     status = medium.load(medium, data, size);

@@ -1,0 +1,281 @@
+// Basic generators filling 2^20 uniform values on [0, 1): ns per value of our
+// engines (double, float and raw words) beside std::minstd_rand, GSL's minstd,
+// cmrg and r250, and dSFMT-19937's array fill, with the double fills' speed
+// goals marked met or not.
+//
+// Usage: build-bench/bench/orx_bench_rng_uniform --benchmark_min_time=0.3
+//        (any --benchmark_* flag works, e.g. --benchmark_filter='^d').
+//
+// Every contender is single-threaded; times are CPU time, which leaves out
+// the time the process waits for a core on a shared machine.
+
+// GSL's documented switch that lets gsl_rng_uniform be inlined into the
+// caller's loop, leaving one indirect call per value.
+#define HAVE_INLINE 1
+
+#include <benchmark/benchmark.h>
+#include <dSFMT.h>
+#include <gsl/gsl_rng.h>
+
+#include <cmath>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <map>
+#include <memory>
+#include <random>
+#include <string>
+#include <type_traits>
+#include <vector>
+
+#include "bench/ratio_reporter.h"
+#include "orx/rng.h"
+
+// The Debian dSFMT library is built with SSE2: its state is 16-byte aligned
+// and its fill uses aligned SSE2 loads and stores. The header must see
+// HAVE_SSE2 (set by the build) to give dsfmt_t the same layout.
+static_assert(alignof(dsfmt_t) == 16, "compile with -DHAVE_SSE2 to match the dSFMT library");
+static_assert(DSFMT_MEXP == 19937, "linked against libdSFMT-19937");
+
+namespace {
+
+using orx::bench::RatioReporter;
+
+constexpr int kValues = 1 << 20;
+constexpr uint32_t kSeed = 20261122;
+
+// Output buffers are 64-byte aligned for every contender (dSFMT needs 16).
+struct Free {
+  void operator()(void* p) const { std::free(p); }
+};
+template <class T>
+std::unique_ptr<T, Free> aligned_buffer(std::size_t n) {
+  return std::unique_ptr<T, Free>(
+      static_cast<T*>(std::aligned_alloc(64, (n * sizeof(T) + 63) / 64 * 64)));
+}
+
+// Times fills of n = state.range(0) values into a buffer of
+// n * words_per_value Ts; `fill(n, r)` returns false on a failed call. The
+// buffer is allocated once and filled once untimed: a first touch of a page
+// costs up to 10 us on the VMs this runs on, far more than filling it.
+template <class T, class Fill>
+void time_fills(benchmark::State& state, std::size_t words_per_value, Fill&& fill) {
+  const int n = static_cast<int>(state.range(0));
+  const auto buffer = aligned_buffer<T>(static_cast<std::size_t>(n) * words_per_value);
+  if (buffer.get() == nullptr || !fill(n, buffer.get())) {
+    state.SkipWithError("allocation or first fill failed");
+    return;
+  }
+  for (auto _ : state) {
+    if (!fill(n, buffer.get())) {
+      state.SkipWithError("fill returned an error status");
+      break;
+    }
+    benchmark::DoNotOptimize(buffer.get());
+    benchmark::ClobberMemory();
+  }
+  const double values = static_cast<double>(state.iterations()) * n;
+  state.SetItemsProcessed(static_cast<int64_t>(values));
+  state.counters["s/value"] =
+      benchmark::Counter(values, benchmark::Counter::kIsRate | benchmark::Counter::kInvert);
+  if constexpr (std::is_floating_point_v<T>) {
+    // A sanity check that the contender produced uniform values on [0, 1):
+    // the mean of 2^20 of them has standard deviation 0.0003 around 0.5, so a
+    // distance of 0.005 (17 deviations) means a broken fill, not chance.
+    double sum = 0;
+    for (int i = 0; i < n; ++i) {
+      const T x = buffer.get()[i];
+      if (!(x >= 0 && x < 1)) {
+        state.SkipWithError("value outside [0, 1)");
+        return;
+      }
+      sum += x;
+    }
+    if (std::abs(sum / n - 0.5) > 0.005) state.SkipWithError("mean far from 1/2");
+  }
+}
+
+template <class Body>
+void add(const std::string& name, Body body) {
+  benchmark::RegisterBenchmark(name.c_str(), body)->Arg(kValues);
+}
+
+// ---- ours ------------------------------------------------------------------
+
+struct Engine {
+  const char* name;
+  uint32_t id;
+  orx_rng_dfill_fn d;
+  orx_rng_sfill_fn s;
+  orx_rng_ifill_fn i;
+};
+
+const Engine kEngines[] = {
+    {"MCG31M1", ORX_BRNG_MCG31M1, __vsldBRngMCG31M1, __vslsBRngMCG31M1, __vsliBRngMCG31M1},
+    {"MCG59", ORX_BRNG_MCG59, __vsldBRngMCG59, __vslsBRngMCG59, __vsliBRngMCG59},
+    {"MRG32K3A", ORX_BRNG_MRG32K3A, __vsldBRngMRG32K3A, __vslsBRngMRG32K3A, __vsliBRngMRG32K3A},
+    {"WH", ORX_BRNG_WH + 0, __vsldBRngWH, __vslsBRngWH, __vsliBRngWH},
+    {"R250", ORX_BRNG_R250, __vsldBRngR250, __vslsBRngR250, __vsliBRngR250},
+};
+
+struct StreamDeleter {
+  void operator()(orx_rng_stream* s) const { __vslDeleteStream(&s); }
+};
+using Stream = std::unique_ptr<orx_rng_stream, StreamDeleter>;
+
+Stream new_stream(uint32_t id) {
+  orx_rng_stream* s = nullptr;
+  if (__vslNewStreamEx(&s, id, 1, &kSeed) != 0) return nullptr;
+  return Stream(s);
+}
+
+// Cases "d<E>", "s<E>" and "i<E>", contender "orx"; a raw value is one word
+// of the engine's WordBytes.
+void register_ours(const Engine& e) {
+  add(std::string("d") + e.name + "/orx", [e](benchmark::State& state) {
+    const Stream s = new_stream(e.id);
+    if (!s) return state.SkipWithError("stream creation failed");
+    time_fills<double>(state, 1,
+                       [&](int n, double* r) { return e.d(s.get(), n, r, 0.0, 1.0) == 0; });
+  });
+  add(std::string("s") + e.name + "/orx", [e](benchmark::State& state) {
+    const Stream s = new_stream(e.id);
+    if (!s) return state.SkipWithError("stream creation failed");
+    time_fills<float>(state, 1,
+                      [&](int n, float* r) { return e.s(s.get(), n, r, 0.0f, 1.0f) == 0; });
+  });
+  add(std::string("i") + e.name + "/orx", [e](benchmark::State& state) {
+    const Stream s = new_stream(e.id);
+    BrngProperties p{};
+    if (!s || __vslGetBrngProperties(static_cast<int32_t>(e.id), &p) != 0 || p.WordBytes < 4)
+      return state.SkipWithError("stream creation or properties failed");
+    time_fills<uint32_t>(state, static_cast<std::size_t>(p.WordBytes) / 4,
+                         [&](int n, uint32_t* r) { return e.i(s.get(), n, r) == 0; });
+  });
+}
+
+// ---- peers -----------------------------------------------------------------
+
+// The C++ standard library's Lehmer generator (multiplier 48271, modulus
+// 2^31 - 1) through its uniform distribution, which draws two values per
+// double to cover 53 bits.
+void std_minstd(benchmark::State& state) {
+  std::minstd_rand engine(kSeed);
+  std::uniform_real_distribution<double> u(0.0, 1.0);
+  time_fills<double>(state, 1, [&](int n, double* r) {
+    for (int i = 0; i < n; ++i) r[i] = u(engine);
+    return true;
+  });
+}
+
+// GSL generators, one gsl_rng_uniform call per value.
+void gsl_uniform(benchmark::State& state, const gsl_rng_type* type) {
+  const std::unique_ptr<gsl_rng, decltype(&gsl_rng_free)> rng(gsl_rng_alloc(type), &gsl_rng_free);
+  if (!rng) return state.SkipWithError("gsl_rng_alloc failed");
+  gsl_rng_set(rng.get(), kSeed);
+  time_fills<double>(state, 1, [&](int n, double* r) {
+    for (int i = 0; i < n; ++i) r[i] = gsl_rng_uniform(rng.get());
+    return true;
+  });
+}
+
+// dSFMT-19937's array fill (size even, at least its minimum, 16-byte aligned).
+void dsfmt(benchmark::State& state) {
+  if (state.range(0) % 2 != 0 || state.range(0) < dsfmt_get_min_array_size())
+    return state.SkipWithError("array size not accepted by dsfmt_fill_array_close_open");
+  const auto generator = std::make_unique<dsfmt_t>();  // aligned new: 16 bytes
+  dsfmt_init_gen_rand(generator.get(), kSeed);
+  time_fills<double>(state, 1, [&](int n, double* r) {
+    dsfmt_fill_array_close_open(generator.get(), r, n);
+    return true;
+  });
+}
+
+void register_peers() {
+  const auto gsl = [](const gsl_rng_type* type) {
+    return [type](benchmark::State& state) { gsl_uniform(state, type); };
+  };
+  add("dMCG31M1/std_minstd", std_minstd);
+  add("dMCG31M1/gsl_minstd", gsl(gsl_rng_minstd));
+  add("dMCG31M1/dsfmt", dsfmt);
+  add("dMCG59/dsfmt", dsfmt);
+  add("dMRG32K3A/gsl_cmrg", gsl(gsl_rng_cmrg));
+  add("dR250/gsl_r250", gsl(gsl_rng_r250));
+}
+
+// ---- goals -----------------------------------------------------------------
+
+// The ratio reporter, plus a closing table of speed goals: ours / peer
+// against a bound, each marked met or not.
+class GoalReporter : public RatioReporter {
+ public:
+  explicit GoalReporter(Clock clock) : RatioReporter(clock), clock_(clock) {}
+
+  // `ours` and `peer` are "<case>/<contender>" names timed at kValues.
+  void add_goal(const std::string& ours, const std::string& peer, double bound) {
+    goals_.push_back({ours, peer, bound});
+  }
+
+  void ReportRuns(const std::vector<Run>& runs) override {
+    RatioReporter::ReportRuns(runs);
+    for (const Run& run : runs) {
+      if (run.error_occurred || run.iterations <= 0) continue;
+      // With --benchmark_repetitions the median stands for the benchmark.
+      const bool median = run.run_type == Run::RT_Aggregate && run.aggregate_name == "median";
+      if (run.run_type != Run::RT_Iteration && !median) continue;
+      std::string name = run.benchmark_name();
+      if (median) name = name.substr(0, name.rfind('_'));
+      name = name.substr(0, name.rfind('/'));  // drops "/<n>"
+      const double seconds =
+          (clock_ == Clock::kCpu ? run.cpu_accumulated_time : run.real_accumulated_time) /
+          static_cast<double>(run.iterations);
+      Sample& slot = ns_per_value_[name];
+      if (median || !slot.from_median) slot = {seconds * 1e9 / kValues, median};
+    }
+  }
+
+  void Finalize() override {
+    RatioReporter::Finalize();
+    std::printf("\nSpeed goals (ours/peer at most the bound)\n%-32s %9s %9s %9s %6s  %s\n",
+                "ours vs peer", "ours ns", "peer ns", "ours/peer", "bound", "goal");
+    for (const Goal& g : goals_) {
+      const auto a = ns_per_value_.find(g.ours);
+      const auto b = ns_per_value_.find(g.peer);
+      const std::string label = g.ours + " vs " + g.peer.substr(g.peer.find('/') + 1);
+      if (a == ns_per_value_.end() || b == ns_per_value_.end()) {
+        std::printf("%-32s %9s %9s %9s %6.3f  not timed\n", label.c_str(), "-", "-", "-", g.bound);
+        continue;
+      }
+      const double ratio = a->second.ns / b->second.ns;
+      std::printf("%-32s %9.3f %9.3f %9.3f %6.3f  %s\n", label.c_str(), a->second.ns, b->second.ns,
+                  ratio, g.bound, ratio <= g.bound ? "met" : "NOT MET");
+    }
+  }
+
+ private:
+  struct Goal {
+    std::string ours, peer;
+    double bound;
+  };
+  struct Sample {
+    double ns = 0;
+    bool from_median = false;
+  };
+  Clock clock_;
+  std::vector<Goal> goals_;
+  std::map<std::string, Sample> ns_per_value_;
+};
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  for (const Engine& e : kEngines) register_ours(e);
+  register_peers();
+
+  GoalReporter reporter(RatioReporter::Clock::kCpu);
+  reporter.add_goal("dMCG31M1/orx", "dMCG31M1/dsfmt", 1.0);
+  reporter.add_goal("dMCG59/orx", "dMCG59/dsfmt", 1.0);
+  reporter.add_goal("dMRG32K3A/orx", "dMRG32K3A/gsl_cmrg", 0.5);
+  reporter.add_goal("dR250/orx", "dR250/gsl_r250", 0.5);
+  return orx::bench::run_with_ratios(argc, argv, reporter);
+}
