@@ -7,6 +7,10 @@
 #include <cstdlib>
 #include <type_traits>
 
+#if defined(__SANITIZE_ADDRESS__)
+#include <sanitizer/asan_interface.h>
+#endif
+
 #include "allocation_fault.h"
 #include "block_layout.h"
 #include "large_block_cache.h"
@@ -26,6 +30,20 @@ constexpr size_t kPageBytes = 4096;
 // Never destroyed, so blocks freed during static destruction still find it.
 constinit LargeBlockCache g_cache;
 static_assert(std::is_trivially_destructible_v<LargeBlockCache>);
+
+// Under AddressSanitizer, the bytes after a block up to the end of the
+// underlying allocation (alignment slack) are poisoned, so that writing past
+// what was asked for is reported as it would be for a plain allocation.
+void poison_tail(const void* block_end, const void* allocation_end) {
+#if defined(__SANITIZE_ADDRESS__)
+  const auto* from = static_cast<const char*>(block_end);
+  const auto* to = static_cast<const char*>(allocation_end);
+  if (to > from) ASAN_POISON_MEMORY_REGION(from, static_cast<size_t>(to - from));
+#else
+  (void)block_end;
+  (void)allocation_end;
+#endif
+}
 
 bool is_power_of_two(size_t v) { return v != 0 && (v & (v - 1)) == 0; }
 
@@ -56,6 +74,10 @@ void* allocate_unchecked(size_t bytes, size_t alignment) {
   if (header.base == nullptr) return nullptr;
   void* block = place_aligned(header.base, alignment);
   *header_of(block) = header;
+  // Mapped regions return to the cache and are reused; only malloc blocks,
+  // whose shadow the sanitizer's free resets, get a poisoned tail.
+  if (header.mapped_bytes == 0)
+    poison_tail(static_cast<char*>(block) + bytes, static_cast<char*>(header.base) + total);
   return block;
 }
 

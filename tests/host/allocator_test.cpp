@@ -128,6 +128,20 @@ TEST(HostAllocator, ReusesALargeBlockOnlyWhenNotMuchLarger) {
   orx_serv_deallocate(small);
 }
 
+#if defined(__SANITIZE_ADDRESS__)
+// Under AddressSanitizer the alignment slack after a block is poisoned, so a
+// write one byte past the requested length is reported, not absorbed.
+TEST(HostAllocatorDeathTest, WritePastTheRequestedLengthIsReported) {
+  auto write_past = [](size_t bytes) {
+    auto* block = static_cast<volatile unsigned char*>(orx_serv_orx_malloc(bytes, 64));
+    block[bytes] = 1;
+    orx_serv_orx_free(const_cast<unsigned char*>(block));
+  };
+  EXPECT_DEATH(write_past(48), "use-after-poison|heap-buffer-overflow");
+  EXPECT_DEATH(write_past(1000), "use-after-poison|heap-buffer-overflow");
+}
+#endif
+
 TEST(HostAllocator, ConcurrentThreadsNeverShareABlock) {
   constexpr int kThreads = 4;
   constexpr int kRounds = 400;

@@ -6,7 +6,10 @@
 // n mod 16 serially; every value equals the serial recurrence's.
 #include <emmintrin.h>
 
+#include <bit>
+
 #include "orx/rng.h"
+#include "vsl/rng/engines/congruential_lanes.h"
 #include "vsl/rng/engines/engine_params.h"
 #include "vsl/rng/engines/lane_sinks.h"
 #include "vsl/rng/engines/mod_arith.h"
@@ -17,10 +20,6 @@ using namespace orx::rng;
 
 namespace {
 
-// Lanes advanced together: enough independent products to hide the
-// multiplier's latency.
-constexpr int kLanes = 16;
-
 struct Mcg31State {
   uint32_t x;
   uint32_t a;
@@ -28,6 +27,7 @@ struct Mcg31State {
 
 constexpr uint32_t kMultiplier = 1132489760;
 constexpr double dbInv2P31M1 = 0x1.0000000200000p-31;  // bits 0x3E00000000200000
+static_assert(std::bit_cast<uint64_t>(dbInv2P31M1) == 0x3E00000000200000);
 
 // x*A mod 2^31 - 1 in the low dword of each 64-bit lane. The sum of the two
 // parts is below 2M and never 2M (the residue is never 0), so one
@@ -40,38 +40,22 @@ inline __m128i mul_mod_lanes(__m128i x, __m128i a) {
   return _mm_add_epi32(t, _mm_and_si128(_mm_srai_epi32(t, 31), m));
 }
 
-// The first kLanes values serially, then blocks of kLanes lanes advanced by
-// a^kLanes, the rest serially; each value goes to the sink.
+// The stream's multiplier, serially and as a^16 in lanes.
+struct Mcg31Steps {
+  using Word = uint32_t;
+  uint32_t a;
+  __m128i power;
+  explicit Mcg31Steps(uint32_t multiplier) : a(multiplier) {
+    const uint32_t p = __vsliPowMod2P31M1(multiplier, kCongruentialLanes);
+    power = _mm_set_epi32(0, static_cast<int>(p), 0, static_cast<int>(p));
+  }
+  uint32_t next(uint32_t x) const { return mul_mod_mersenne31(a, x); }
+  __m128i advance(__m128i v) const { return mul_mod_lanes(v, power); }
+};
+
 template <class Sink>
 void generate(Mcg31State& s, int n, const Sink& out) {
-  uint32_t x = s.x;
-  int i = 0;
-  if (n >= 2 * kLanes) {
-    alignas(16) uint64_t first[kLanes];
-    for (; i < kLanes; ++i) {
-      first[i] = x;
-      out.one(i, x);
-      x = mul_mod_mersenne31(s.a, x);
-    }
-    const uint32_t step = __vsliPowMod2P31M1(s.a, kLanes);
-    const __m128i a = _mm_set_epi32(0, step, 0, step);
-    __m128i v[kLanes / 2];
-    for (int k = 0; k < kLanes / 2; ++k)
-      v[k] = _mm_load_si128(reinterpret_cast<const __m128i*>(first) + k);
-    for (; i + kLanes <= n; i += kLanes) {
-      for (int k = 0; k < kLanes / 2; ++k) v[k] = mul_mod_lanes(v[k], a);
-      out.block8(i, v);
-      out.block8(i + 8, v + 4);
-    }
-    // The last lane holds value i - 1; the next is one step on.
-    const uint32_t last = static_cast<uint32_t>(_mm_cvtsi128_si32(_mm_shuffle_epi32(v[kLanes / 2 - 1], 2)));
-    x = mul_mod_mersenne31(s.a, last);
-  }
-  for (; i < n; ++i) {
-    out.one(i, x);
-    x = mul_mod_mersenne31(s.a, x);
-  }
-  s.x = x;
+  if (n > 0) s.x = generate_in_lanes(Mcg31Steps(s.a), s.x, n, out);
 }
 
 }  // namespace

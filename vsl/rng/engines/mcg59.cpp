@@ -8,6 +8,7 @@
 #include <emmintrin.h>
 
 #include "orx/rng.h"
+#include "vsl/rng/engines/congruential_lanes.h"
 #include "vsl/rng/engines/engine_params.h"
 #include "vsl/rng/engines/lane_sinks.h"
 #include "vsl/rng/engines/mod_arith.h"
@@ -17,10 +18,6 @@
 using namespace orx::rng;
 
 namespace {
-
-// Lanes advanced together: enough independent products to hide the
-// multiplier's latency.
-constexpr int kLanes = 16;
 
 struct Mcg59State {
   uint64_t x;
@@ -40,37 +37,23 @@ inline __m128i mul_mod_lanes(__m128i x, __m128i a_lo, __m128i a_hi) {
   return _mm_and_si128(p, _mm_set1_epi64x(static_cast<long long>(kMask59)));
 }
 
+// The stream's multiplier, serially and as a^16 in lanes.
+struct Mcg59Steps {
+  using Word = uint64_t;
+  uint64_t a;
+  __m128i a_lo, a_hi;
+  explicit Mcg59Steps(uint64_t multiplier) : a(multiplier) {
+    const uint64_t power = __vsliPowMod2P59(multiplier, kCongruentialLanes);
+    a_lo = _mm_set1_epi64x(static_cast<long long>(power & 0xFFFFFFFF));
+    a_hi = _mm_set1_epi64x(static_cast<long long>(power >> 32));
+  }
+  uint64_t next(uint64_t x) const { return (a * x) & kMask59; }
+  __m128i advance(__m128i v) const { return mul_mod_lanes(v, a_lo, a_hi); }
+};
+
 template <class Sink>
 void generate(Mcg59State& s, int n, const Sink& out) {
-  uint64_t x = s.x;
-  int i = 0;
-  if (n >= 2 * kLanes) {
-    alignas(16) uint64_t first[kLanes];
-    for (; i < kLanes; ++i) {
-      first[i] = x;
-      out.one(i, x);
-      x = (s.a * x) & kMask59;
-    }
-    const uint64_t step = __vsliPowMod2P59(s.a, kLanes);
-    const __m128i a_lo = _mm_set1_epi64x(static_cast<long long>(step & 0xFFFFFFFF));
-    const __m128i a_hi = _mm_set1_epi64x(static_cast<long long>(step >> 32));
-    __m128i v[kLanes / 2];
-    for (int k = 0; k < kLanes / 2; ++k)
-      v[k] = _mm_load_si128(reinterpret_cast<const __m128i*>(first) + k);
-    for (; i + kLanes <= n; i += kLanes) {
-      for (int k = 0; k < kLanes / 2; ++k) v[k] = mul_mod_lanes(v[k], a_lo, a_hi);
-      out.block8(i, v);
-      out.block8(i + 8, v + 4);
-    }
-    alignas(16) uint64_t last[2];
-    _mm_store_si128(reinterpret_cast<__m128i*>(last), v[kLanes / 2 - 1]);
-    x = (s.a * last[1]) & kMask59;
-  }
-  for (; i < n; ++i) {
-    out.one(i, x);
-    x = (s.a * x) & kMask59;
-  }
-  s.x = x;
+  if (n > 0) s.x = generate_in_lanes(Mcg59Steps(s.a), s.x, n, out);
 }
 
 }  // namespace

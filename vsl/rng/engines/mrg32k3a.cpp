@@ -10,6 +10,8 @@
 // the serial recurrence's. The last n mod 8 values are computed serially.
 #include <emmintrin.h>
 
+#include <bit>
+
 #include "orx/rng.h"
 #include "vsl/rng/engines/engine_params.h"
 #include "vsl/rng/engines/mod_arith.h"
@@ -25,6 +27,7 @@ constexpr uint32_t ModY = 4294944443u;  // m2 = 2^32 - 22853
 constexpr uint32_t SX1 = 1403580, SX0 = 810728;
 constexpr uint32_t SY2 = 527612, SY0 = 1370589;
 constexpr double InvModX = 0x1.000000d10000bp-32;  // bits 0x3DF000000D10000B
+static_assert(std::bit_cast<uint64_t>(InvModX) == 0x3DF000000D10000B);
 // Coefficient rows of x[n-1], x[n-2], x[n-3], negatives held modulo m.
 constexpr uint32_t kRowX[3] = {0, SX1, ModX - SX0};
 constexpr uint32_t kRowY[3] = {SY2, 0, ModY - SY0};
