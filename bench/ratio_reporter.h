@@ -43,6 +43,12 @@ class RatioReporter : public benchmark::ConsoleReporter {
     comparisons_[section].push_back({label, a, b});
   }
 
+  // A speed goal printed last: ours/peer ("<case>/<contender>" names) at most
+  // `bound` at every n where both were timed, marked met or not.
+  void add_goal(const std::string& ours, const std::string& peer, double bound) {
+    goals_.push_back({ours, peer, bound});
+  }
+
   void ReportRuns(const std::vector<Run>& runs) override {
     ConsoleReporter::ReportRuns(runs);
     for (const Run& run : runs) {
@@ -92,6 +98,7 @@ class RatioReporter : public benchmark::ConsoleReporter {
         }
       }
     }
+    print_goals();
   }
 
  private:
@@ -102,6 +109,33 @@ class RatioReporter : public benchmark::ConsoleReporter {
   struct Comparison {
     std::string label, a, b;
   };
+  struct Goal {
+    std::string ours, peer;
+    double bound;
+  };
+
+  void print_goals() const {
+    if (goals_.empty()) return;
+    std::printf("\nSpeed goals (ours/peer at most the bound)\n%-40s %9s %9s %9s %6s  %s\n",
+                "ours vs peer/n", "ours ns", "peer ns", "ours/peer", "bound", "goal");
+    for (const Goal& g : goals_) {
+      const auto a = times_.find(g.ours);
+      const auto b = times_.find(g.peer);
+      const std::string label = g.ours + " vs " + g.peer.substr(g.peer.find('/') + 1);
+      if (a == times_.end() || b == times_.end()) {
+        std::printf("%-40s %9s %9s %9s %6.3f  not timed\n", label.c_str(), "-", "-", "-", g.bound);
+        continue;
+      }
+      for (const auto& [n, ta] : a->second) {
+        const auto tb = b->second.find(n);
+        if (tb == b->second.end()) continue;
+        const double ratio = ta.ns_per_element / tb->second.ns_per_element;
+        const std::string row = label + "/" + std::to_string(n);
+        std::printf("%-40s %9.3f %9.3f %9.3f %6.3f  %s\n", row.c_str(), ta.ns_per_element,
+                    tb->second.ns_per_element, ratio, g.bound, ratio <= g.bound ? "met" : "NOT MET");
+      }
+    }
+  }
 
   static std::string who(const std::string& contender) {
     return contender.substr(0, contender.find('@'));
@@ -153,6 +187,7 @@ class RatioReporter : public benchmark::ConsoleReporter {
   std::vector<std::string> cases_;
   std::map<std::string, std::vector<std::string>> contenders_;
   std::map<std::string, std::vector<Comparison>> comparisons_;
+  std::vector<Goal> goals_;
 };
 
 // main() of a benchmark program: runs the registered benchmarks and prints

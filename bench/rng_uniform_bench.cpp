@@ -203,76 +203,13 @@ void register_peers() {
   add("dR250/gsl_r250", gsl(gsl_rng_r250));
 }
 
-// ---- goals -----------------------------------------------------------------
-
-// The ratio reporter, plus a closing table of speed goals: ours / peer
-// against a bound, each marked met or not.
-class GoalReporter : public RatioReporter {
- public:
-  explicit GoalReporter(Clock clock) : RatioReporter(clock), clock_(clock) {}
-
-  // `ours` and `peer` are "<case>/<contender>" names timed at kValues.
-  void add_goal(const std::string& ours, const std::string& peer, double bound) {
-    goals_.push_back({ours, peer, bound});
-  }
-
-  void ReportRuns(const std::vector<Run>& runs) override {
-    RatioReporter::ReportRuns(runs);
-    for (const Run& run : runs) {
-      if (run.error_occurred || run.iterations <= 0) continue;
-      // With --benchmark_repetitions the median stands for the benchmark.
-      const bool median = run.run_type == Run::RT_Aggregate && run.aggregate_name == "median";
-      if (run.run_type != Run::RT_Iteration && !median) continue;
-      std::string name = run.benchmark_name();
-      if (median) name = name.substr(0, name.rfind('_'));
-      name = name.substr(0, name.rfind('/'));  // drops "/<n>"
-      const double seconds =
-          (clock_ == Clock::kCpu ? run.cpu_accumulated_time : run.real_accumulated_time) /
-          static_cast<double>(run.iterations);
-      Sample& slot = ns_per_value_[name];
-      if (median || !slot.from_median) slot = {seconds * 1e9 / kValues, median};
-    }
-  }
-
-  void Finalize() override {
-    RatioReporter::Finalize();
-    std::printf("\nSpeed goals (ours/peer at most the bound)\n%-32s %9s %9s %9s %6s  %s\n",
-                "ours vs peer", "ours ns", "peer ns", "ours/peer", "bound", "goal");
-    for (const Goal& g : goals_) {
-      const auto a = ns_per_value_.find(g.ours);
-      const auto b = ns_per_value_.find(g.peer);
-      const std::string label = g.ours + " vs " + g.peer.substr(g.peer.find('/') + 1);
-      if (a == ns_per_value_.end() || b == ns_per_value_.end()) {
-        std::printf("%-32s %9s %9s %9s %6.3f  not timed\n", label.c_str(), "-", "-", "-", g.bound);
-        continue;
-      }
-      const double ratio = a->second.ns / b->second.ns;
-      std::printf("%-32s %9.3f %9.3f %9.3f %6.3f  %s\n", label.c_str(), a->second.ns, b->second.ns,
-                  ratio, g.bound, ratio <= g.bound ? "met" : "NOT MET");
-    }
-  }
-
- private:
-  struct Goal {
-    std::string ours, peer;
-    double bound;
-  };
-  struct Sample {
-    double ns = 0;
-    bool from_median = false;
-  };
-  Clock clock_;
-  std::vector<Goal> goals_;
-  std::map<std::string, Sample> ns_per_value_;
-};
-
 }  // namespace
 
 int main(int argc, char** argv) {
   for (const Engine& e : kEngines) register_ours(e);
   register_peers();
 
-  GoalReporter reporter(RatioReporter::Clock::kCpu);
+  RatioReporter reporter(RatioReporter::Clock::kCpu);
   reporter.add_goal("dMCG31M1/orx", "dMCG31M1/dsfmt", 1.0);
   reporter.add_goal("dMCG59/orx", "dMCG59/dsfmt", 1.0);
   reporter.add_goal("dMRG32K3A/orx", "dMRG32K3A/gsl_cmrg", 0.5);
