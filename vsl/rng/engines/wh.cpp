@@ -30,10 +30,16 @@ struct WhSet {
   const double* inverse;
 };
 
-WhSet set_of(const orx_rng_stream* stream) {
+// The parameter set: the sub-generator index of the stream's identifier
+// (validated when the stream was made; anything else falls back to set 0).
+int set_index(const orx_rng_stream* stream) {
   int32_t index, offset;
   __vslGetBrngBaseOffset(static_cast<int32_t>(stream->BrngId), &index, &offset);
-  const int s = offset >= 0 && offset < kWhSets ? offset : 0;  // validated at creation
+  return offset >= 0 && offset < kWhSets ? offset : 0;
+}
+
+WhSet set_of(const orx_rng_stream* stream) {
+  const int s = set_index(stream);
   return {_vsl_WH_M[s], _vsldWH_IM_Tab[s]};
 }
 
@@ -112,15 +118,19 @@ void fill_units(WhState& s, const WhSet& set, int n, double* u) {
       [&](int i, const WhState& t) { u[i] = unit_value(t.x, set.inverse); });
 }
 
-void seed(WhState& s, const orx_rng_stream* stream, int n, const uint32_t* params) {
-  int32_t index, offset;
-  __vslGetBrngBaseOffset(static_cast<int32_t>(stream->BrngId), &index, &offset);
+template <class Out, class Map>
+void fill_mapped_units(orx_rng_stream* stream, int n, Out* r, const Map& map) {
+  WhState& s = *state_of<WhState>(stream);
   const WhSet set = set_of(stream);
-  const int k = offset >= 0 && offset < kWhSets ? offset : 0;
+  fill_mapped<double>(n, r, map, [&](int count, double* u) { fill_units(s, set, count, u); });
+}
+
+void seed(WhState& s, const orx_rng_stream* stream, int n, const uint32_t* params) {
+  const int set = set_index(stream);
   for (int i = 0; i < 4; ++i) {
-    const uint32_t x = i < n ? params[i] % set.m[i] : 0;
+    const uint32_t x = i < n ? params[i] % _vsl_WH_M[set][i] : 0;
     s.x[i] = x == 0 ? 1 : x;
-    s.a[i] = _vsl_WH_A[k][i];
+    s.a[i] = _vsl_WH_A[set][i];
   }
 }
 
@@ -170,17 +180,11 @@ int __vsliBRngWH(orx_rng_stream* stream, int n, uint32_t* r) {
 }
 
 int __vsldBRngWH(orx_rng_stream* stream, int n, double* r, double a, double b) {
-  WhState& s = *state_of<WhState>(stream);
-  const WhSet set = set_of(stream);
-  fill_mapped<double>(n, r, double_map(a, b, 1.0),
-                      [&](int count, double* u) { fill_units(s, set, count, u); });
+  fill_mapped_units(stream, n, r, double_map(a, b, 1.0));
   return 0;
 }
 
 int __vslsBRngWH(orx_rng_stream* stream, int n, float* r, float a, float b) {
-  WhState& s = *state_of<WhState>(stream);
-  const WhSet set = set_of(stream);
-  fill_mapped<double>(n, r, float_map(a, b, 1.0),
-                      [&](int count, double* u) { fill_units(s, set, count, u); });
+  fill_mapped_units(stream, n, r, float_map(a, b, 1.0));
   return 0;
 }
