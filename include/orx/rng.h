@@ -7,7 +7,9 @@
    generator; engines are reached through the four functions of that record.
 
    Every function returning int returns 0 on success or a negative status
-   (ORX_RNG_ERROR_*). Nothing here throws, aborts or prints. */
+   (ORX_RNG_ERROR_*); the stream operations, the chunk addition and the
+   persistence calls refuse a null stream or pointer with
+   ORX_RNG_ERROR_NULL_POINTER. Nothing here throws, aborts or prints. */
 #ifndef ORX_RNG_H
 #define ORX_RNG_H
 

@@ -14,6 +14,7 @@ using orx::rng::kStreamAlignment;
 // tell by comparing the node's Data, found with __vslSearchChunk, with it).
 int __vslAddChunk(orx_rng_stream* stream, uint32_t id, const uint64_t* key, void* data,
                   uint32_t size) {
+  if (stream == nullptr) return ORX_RNG_ERROR_NULL_POINTER;
   auto* node = static_cast<orx_rng_chunk*>(orx_serv_orx_malloc(sizeof(orx_rng_chunk), kStreamAlignment));
   if (node == nullptr) return ORX_RNG_ERROR_MEMORY;
   node->Id = id;

@@ -49,6 +49,7 @@ int __vslNewStreamEx(orx_rng_stream** stream, uint32_t id, uint32_t n, const uin
 }
 
 int __vslCopyStream(orx_rng_stream** copy, const orx_rng_stream* source) {
+  if (copy == nullptr || source == nullptr) return ORX_RNG_ERROR_NULL_POINTER;
   int32_t index, offset;
   const BrngProperties* table =
       __vslGetBrngBaseOffset(static_cast<int32_t>(source->BrngId), &index, &offset);
@@ -65,6 +66,7 @@ int __vslCopyStream(orx_rng_stream** copy, const orx_rng_stream* source) {
 // Moves WordBytes * StateWords bytes of state, bounded by the record (for WH
 // and SFMT19937 that product exceeds the state area).
 int __vslCopyStreamState(orx_rng_stream* destination, const orx_rng_stream* source) {
+  if (destination == nullptr || source == nullptr) return ORX_RNG_ERROR_NULL_POINTER;
   if (destination == source) return 0;
   const BrngProperties* p = properties_of(source->BrngId);
   if (p == nullptr) return ORX_RNG_ERROR_INVALID_BRNG;
@@ -87,6 +89,7 @@ int __vslDeleteStream(orx_rng_stream** stream) {
 }
 
 int __vslLeapfrogStream(orx_rng_stream* stream, uint32_t k, int32_t nstreams) {
+  if (stream == nullptr) return ORX_RNG_ERROR_NULL_POINTER;
   if (nstreams < 0) return ORX_RNG_ERROR_BAD_NSTREAMS;
   const BrngProperties* p = properties_of(stream->BrngId);
   if (p == nullptr || p->InitStreamFn == nullptr) return ORX_RNG_ERROR_LEAPFROG_UNSUPPORTED;
@@ -95,6 +98,7 @@ int __vslLeapfrogStream(orx_rng_stream* stream, uint32_t k, int32_t nstreams) {
 }
 
 int __vslSkipAheadStream(orx_rng_stream* stream, uint64_t nskip) {
+  if (stream == nullptr) return ORX_RNG_ERROR_NULL_POINTER;
   const BrngProperties* p = properties_of(stream->BrngId);
   if (p == nullptr || p->InitStreamFn == nullptr) return ORX_RNG_ERROR_SKIPAHEAD_UNSUPPORTED;
   const uint32_t params[2] = {static_cast<uint32_t>(nskip), static_cast<uint32_t>(nskip >> 32)};
