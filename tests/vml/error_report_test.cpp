@@ -52,8 +52,8 @@ class MessageCapture {
     captured().clear();
     orx_host_test_capture_messages(
         [](const orx_host_message* m, void*) {
-          captured().push_back({m->number, m->argc, m->function ? m->function : "", m->index,
-                                m->value});
+          captured().push_back(
+              {m->number, m->argc, m->function ? m->function : "", m->index, m->value});
         },
         nullptr);
   }
@@ -63,9 +63,9 @@ class MessageCapture {
 struct CallbackLog {
   int calls = 0;
   VmlErrorContext last{};
-  int result = 0;            // what the callback returns
-  bool set_res1 = false;     // change res1 to 111
-  bool set_res2 = false;     // change res2 to 222
+  int result = 0;         // what the callback returns
+  bool set_res1 = false;  // change res1 to 111
+  bool set_res2 = false;  // change res2 to 222
 };
 thread_local CallbackLog* g_log = nullptr;
 
@@ -76,6 +76,17 @@ int logging_callback(VmlErrorContext* ctx) {
   if (g_log->set_res2) ctx->res2 = 222.0;
   return g_log->result;
 }
+
+// Installs `callback` (the logging one by default) on a fresh log for the
+// scope.
+struct LoggedCallback {
+  CallbackLog log;
+  explicit LoggedCallback(VmlErrorCallBack callback = logging_callback) {
+    g_log = &log;
+    orx_vml_kernel_SetErrorCallBack(callback);
+  }
+  ~LoggedCallback() {}
+};
 
 constexpr int kAllExcept = FE_INVALID | FE_DIVBYZERO | FE_OVERFLOW | FE_UNDERFLOW | FE_INEXACT;
 
@@ -180,14 +191,15 @@ TEST_P(ReporterStatuses, ErrnoMessageAndException) {
             });
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Statuses, ReporterStatuses,
-    testing::Values(StatusCase{0, 0, 0, 0}, StatusCase{-1, EINVAL, 735, 0},
-                    StatusCase{-2, EACCES, 736, 0}, StatusCase{1, EDOM, 737, FE_INVALID},
-                    StatusCase{2, ERANGE, 738, FE_DIVBYZERO},
-                    StatusCase{3, ERANGE, 739, FE_OVERFLOW | FE_INEXACT},
-                    StatusCase{4, ERANGE, 740, FE_UNDERFLOW | FE_INEXACT},
-                    StatusCase{5, EFAULT, 741, 0}, StatusCase{-7, EFAULT, 741, 0}));
+INSTANTIATE_TEST_SUITE_P(Statuses, ReporterStatuses,
+                         testing::Values(StatusCase{0, 0, 0, 0}, StatusCase{-1, EINVAL, 735, 0},
+                                         StatusCase{-2, EACCES, 736, 0},
+                                         StatusCase{1, EDOM, 737, FE_INVALID},
+                                         StatusCase{2, ERANGE, 738, FE_DIVBYZERO},
+                                         StatusCase{3, ERANGE, 739, FE_OVERFLOW | FE_INEXACT},
+                                         StatusCase{4, ERANGE, 740, FE_UNDERFLOW | FE_INEXACT},
+                                         StatusCase{5, EFAULT, 741, 0},
+                                         StatusCase{-7, EFAULT, 741, 0}));
 
 // ---- the four shapes of value messages --------------------------------------
 
@@ -236,9 +248,8 @@ INSTANTIATE_TEST_SUITE_P(
 
 TEST(ArgumentErrors, CarryNoValuesAndTouchNoArray) {
   with_mode(ORX_VML_HA | ORX_VML_ERRMODE_STDERR | ORX_VML_ERRMODE_CALLBACK, [] {
-    CallbackLog log;
-    g_log = &log;
-    orx_vml_kernel_SetErrorCallBack(logging_callback);
+    LoggedCallback callback;
+    const CallbackLog& log = callback.log;
     MessageCapture capture;
     orx_vml_kernel_sError(ORX_VML_STATUS_ARG_INVALID, 17, nullptr, nullptr, nullptr, nullptr,
                           "vsExp");
@@ -254,8 +265,6 @@ TEST(ArgumentErrors, CarryNoValuesAndTouchNoArray) {
     ASSERT_EQ(captured().size(), 2u);
     EXPECT_EQ(captured()[1].number, 736);
     EXPECT_EQ(captured()[1].argc, 1);
-    orx_vml_kernel_ClearErrorCallBack();
-    g_log = nullptr;
   });
 }
 
@@ -263,9 +272,8 @@ TEST(ArgumentErrors, CarryNoValuesAndTouchNoArray) {
 
 TEST(ErrorRecord, NamesAreCutAt64Characters) {
   with_mode(ORX_VML_HA | ORX_VML_ERRMODE_CALLBACK, [] {
-    CallbackLog log;
-    g_log = &log;
-    orx_vml_kernel_SetErrorCallBack(logging_callback);
+    LoggedCallback callback;
+    const CallbackLog& log = callback.log;
     float a[1] = {1}, r[1] = {2};
     for (size_t length : {0u, 5u, 63u, 64u, 70u}) {
       const std::string name(length, 'n');
@@ -277,24 +285,20 @@ TEST(ErrorRecord, NamesAreCutAt64Characters) {
         EXPECT_EQ(log.last.func_name[kept], '\0');
       }
     }
-    orx_vml_kernel_ClearErrorCallBack();
-    g_log = nullptr;
   });
 }
 
 TEST(ErrorRecord, IndexIsRelativeToTheWholeVector) {
   with_mode(ORX_VML_HA | ORX_VML_ERRMODE_CALLBACK | ORX_VML_ERRMODE_STDERR, [] {
-    CallbackLog log;
-    g_log = &log;
-    orx_vml_kernel_SetErrorCallBack(logging_callback);
+    LoggedCallback callback;
+    const CallbackLog& log = callback.log;
     MessageCapture capture;
     std::vector<double> whole(2000, 1.0), result(2000, 0.0);
     whole[1005] = 3.0;
     orx_vml_kernel_SetInterfInputVectorPointer(whole.data());
     // A chunk starting at element 1000: its element 5 is element 1005.
-    orx_vml_kernel_dError(ORX_VML_STATUS_SINGULARITY, 5, whole.data() + 1000,
-                          whole.data() + 1000, result.data() + 1000, result.data() + 1000,
-                          "vdLn");
+    orx_vml_kernel_dError(ORX_VML_STATUS_SINGULARITY, 5, whole.data() + 1000, whole.data() + 1000,
+                          result.data() + 1000, result.data() + 1000, "vdLn");
     EXPECT_EQ(log.last.index, 1005);
     EXPECT_EQ(log.last.arg1, 3.0);  // read with the chunk's own index
     ASSERT_GE(captured().size(), 2u);
@@ -309,21 +313,18 @@ TEST(ErrorRecord, IndexIsRelativeToTheWholeVector) {
     orx_vml_kernel_sError(ORX_VML_STATUS_DOMAIN, 7, fwhole.data() + 300, fwhole.data() + 300,
                           fres.data() + 300, fres.data() + 300, "vsLn");
     EXPECT_EQ(log.last.index, 7);
-    orx_vml_kernel_ClearErrorCallBack();
-    g_log = nullptr;
   });
 }
 
 TEST(ErrorRecord, ComplexReportersCarryImaginaryPartsBothWays) {
   with_mode(ORX_VML_HA | ORX_VML_ERRMODE_CALLBACK | ORX_VML_ERRMODE_STDERR, [] {
-    CallbackLog log;
-    g_log = &log;
-    orx_vml_kernel_SetErrorCallBack([](VmlErrorContext* ctx) {
+    LoggedCallback callback([](VmlErrorContext* ctx) {
       g_log->last = *ctx;
       ctx->res1 = -5.0;
       ctx->res1_im = 6.0;
       return 0;
     });
+    const CallbackLog& log = callback.log;
     MessageCapture capture;
     orx_complex16 a1[2] = {{1, 2}, {3, 4}}, a2[2] = {{5, 6}, {7, 8}};
     orx_complex16 r1[2] = {{0, 0}, {9, 10}}, r2[2] = {{0, 0}, {11, 12}};
@@ -351,27 +352,22 @@ TEST(ErrorRecord, ComplexReportersCarryImaginaryPartsBothWays) {
     EXPECT_EQ(log.last.res1_im, 0.75);
     EXPECT_EQ(cr[0].re, -5.0f);
     EXPECT_EQ(cr[0].im, 6.0f);
-    orx_vml_kernel_ClearErrorCallBack();
-    g_log = nullptr;
   });
 }
 
 TEST(ErrorRecord, SingleValuesAreWidenedAndNarrowed) {
   with_mode(ORX_VML_HA | ORX_VML_ERRMODE_CALLBACK, [] {
-    CallbackLog log;
-    g_log = &log;
-    orx_vml_kernel_SetErrorCallBack([](VmlErrorContext* ctx) {
+    LoggedCallback callback([](VmlErrorContext* ctx) {
       g_log->last = *ctx;
       ctx->res1 = 0.1;  // narrowed to the nearest float
       return 0;
     });
+    const CallbackLog& log = callback.log;
     float a[1] = {0.3f}, r[1] = {0.7f};
     orx_vml_kernel_sError(ORX_VML_STATUS_DOMAIN, 0, a, a, r, r, "vsLn");
     EXPECT_EQ(log.last.arg1, static_cast<double>(0.3f));
     EXPECT_EQ(log.last.res1, static_cast<double>(0.7f));
     EXPECT_EQ(r[0], 0.1f);
-    orx_vml_kernel_ClearErrorCallBack();
-    g_log = nullptr;
   });
 }
 
@@ -381,21 +377,18 @@ TEST(WriteBack, SecondResultIsStoredFirst) {
     bool same_array, set_res1, set_res2;
     double r1, r2;  // final values
   };
-  for (const Case& c : {Case{true, true, false, 111.0, 111.0}, Case{true, false, true, 5.0, 5.0},
-                        Case{false, true, true, 111.0, 222.0}, Case{false, false, true, 5.0, 222.0}}) {
+  for (const Case& c :
+       {Case{true, true, false, 111.0, 111.0}, Case{true, false, true, 5.0, 5.0},
+        Case{false, true, true, 111.0, 222.0}, Case{false, false, true, 5.0, 222.0}}) {
     with_mode(ORX_VML_HA | ORX_VML_ERRMODE_CALLBACK, [&] {
-      CallbackLog log;
-      log.set_res1 = c.set_res1;
-      log.set_res2 = c.set_res2;
-      g_log = &log;
-      orx_vml_kernel_SetErrorCallBack(logging_callback);
+      LoggedCallback callback;
+      callback.log.set_res1 = c.set_res1;
+      callback.log.set_res2 = c.set_res2;
       double a[1] = {1.0}, r1[1] = {5.0}, r2[1] = {6.0};
       double* second = c.same_array ? r1 : r2;
       orx_vml_kernel_dError(ORX_VML_STATUS_DOMAIN, 0, a, a, r1, second, "vdSinCos");
       EXPECT_EQ(r1[0], c.r1);
       EXPECT_EQ(second[0], c.r2);
-      orx_vml_kernel_ClearErrorCallBack();
-      g_log = nullptr;
     });
   }
 }

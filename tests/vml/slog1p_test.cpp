@@ -5,74 +5,45 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <limits>
+#include <vector>
 
-#include "tests/vml/single_unary_checks.h"
+#include "tests/vml/unary_checks.h"
 
 namespace {
 
-using namespace orx::test::single;
+using namespace orx::test;
+using F = std::numeric_limits<float>;
+constexpr float kInf = F::infinity();
 
-double log1p_ref(double x) { return std::log1p(x); }
+const auto kSlots = slots_of<float>("sLog1p", orx_vml_kernel_sLog1p_ttab,
+                                    [](double x) { return std::log1p(x); }, {{1}, {1}, {1}});
 
-const Kind kKinds[] = {{"LA slot", orx_vml_kernel_sLog1p_ttab[0], ORX_VML_LA, 1.0},
-                       {"HA", orx_vml_kernel_sLog1p_ttab[1], ORX_VML_HA, 1.0},
-                       {"EP slot", orx_vml_kernel_sLog1p_ttab[2], ORX_VML_EP, 1.0}};
-
-std::vector<Probe> probes() {
-  const float below_minus_one = std::nextafter(-1.0f, -kInf);
-  std::vector<Probe> p = {
-      {0.0f, Expect::kExact, 0.0f, 0},
-      {-0.0f, Expect::kExact, -0.0f, 0},
-      {F::quiet_NaN(), Expect::kNaN, 0, 0},
-      {F::signaling_NaN(), Expect::kNaN, 0, 0},
-      {kInf, Expect::kExact, kInf, 0},
-      {-1.0f, Expect::kExact, -kInf, 2},
-      {below_minus_one, Expect::kIndefinite, 0, 1},
-      {-2.0f, Expect::kIndefinite, 0, 1},
-      {-kInf, Expect::kIndefinite, 0, 1},
-      {-F::max(), Expect::kIndefinite, 0, 1},
-      {F::denorm_min(), Expect::kExact, F::denorm_min(), 0},
-      {-F::denorm_min(), Expect::kExact, -F::denorm_min(), 0},
-      {0x1p-100f, Expect::kExact, 0x1p-100f, 0},
-      {-0x1p-40f, Expect::kExact, -0x1p-40f, 0},
-      {std::nextafter(-1.0f, 0.0f), Expect::kNear, 0, 0},
-      {0x1p53f, Expect::kNear, 0, 0},  // 1 + x rounds in double while x - 1 does not
-      {F::max(), Expect::kNear, 0, 0},
-  };
-  // The tiny range (u = 1 + x rounds below 2^-29), the split
-  // of 1 + x at sqrt(2)/2 and sqrt(2), 1, and 2^24.
-  for (float edge : {0x1p-29f, -0x1p-29f, 0x1p-24f, -0.29289323f,
-                     0.41421357f, 1.0f, 0x1p24f}) {
-    for (float x : {std::nextafter(edge, -kInf), edge, std::nextafter(edge, kInf)})
-      p.push_back({x, Expect::kNear, 0, 0});
-  }
-  return p;
-}
-
-TEST(SingleLog1p, SpecialValuesAndEdgesInEverySlot) {
-  for (const Kind& k : kKinds) check_probes(k, log1p_ref, probes(), 0.75f);
-}
-
-TEST(SingleLog1p, CallbackChangesResultIgnoreKeepsKernelValue) {
-  for (const Kind& k : kKinds) {
-    check_error_modes(k, 0.5f, -3.0f, std::bit_cast<float>(0xFFC00000u), ORX_VML_STATUS_DOMAIN);
-    check_error_modes(k, 0.5f, -1.0f, -kInf, ORX_VML_STATUS_SINGULARITY);
-  }
-}
-
-TEST(SingleLog1p, EveryLengthUnalignedAndInPlace) {
-  const std::vector<float> pool = {0.5f, -0.5f, 1e-30f, 7e20f, -0.999f, 3.0f, 1e-7f, 0.3f, -2e-40f};
-  for (const Kind& k : kKinds) check_lengths(k, pool, -1.5f);
-}
-
-TEST(SingleLog1p, DenormalFieldAndCallerMxcsr) {
-  for (const Kind& k : kKinds) check_denormal_field(k, log1p_ref, -3 * F::denorm_min(), -0.0f);
+TEST(SingleLog1p, SharedChecksInEverySlot) {
+  const float nan = indefinite<float>();
+  std::vector<Probe<float>> p = nan_probes<float>();
+  // At 2^53, 1 + x rounds in double while x - 1 does not.
+  p.insert(p.end(),
+           {exact(kInf, kInf), exact(-1.0f, -kInf, 2), exact(std::nextafter(-1.0f, -kInf), nan, 1),
+            exact(-2.0f, nan, 1), exact(-kInf, nan, 1), exact(-F::max(), nan, 1),
+            accurate(std::nextafter(-1.0f, 0.0f)), accurate(0x1p53f), accurate(F::max())});
+  for (float x : {0.0f, F::denorm_min(), 0x1p-100f, 0x1p-40f})
+    p.insert(p.end(), {exact(x, x), exact(-x, -x)});  // ln(1 + x) rounds to x
+  // The tiny range (u = 1 + x rounds below 2^-29), the split of 1 + x at
+  // sqrt(2)/2 and sqrt(2), 1, and 2^24.
+  for (float edge : {0x1p-29f, -0x1p-29f, 0x1p-24f, -0.29289323f, 0.41421357f, 1.0f, 0x1p24f})
+    add_edge(p, edge);
+  check_unary(kSlots, {.pool = {0.5f, -0.5f, 1e-30f, 7e20f, -0.999f, 3.0f, 1e-7f, 0.3f},
+                       .probes = p,
+                       .error_modes = {{0.5f, {{-1.0f, -kInf}, {-3.0f, nan}}, 1},
+                                       {0.5f, {{-3.0f, nan}, {-1.0f, -kInf}}, 2}},
+                       .length_special = -1.5f,
+                       .denormal = {{-3 * F::denorm_min(), -0.0f, 0, 0}}});
 }
 
 TEST(SingleLog1p, DenseSweepAgainstDoubleLog1p) {
-  const Kind& k = kKinds[1];
-  check_sweep(k, log1p_ref, 0, 0x7F7FFFFF, kSweepStride, "x >= 0");
-  check_sweep(k, log1p_ref, 0x80000000, 0xBF7FFFFF, kSweepStride, "-1 < x <= -0");
+  check_sweep(kSlots[1], 0, 0x7F7FFFFF, "x >= 0");
+  check_sweep(kSlots[1], 0x80000000, 0xBF7FFFFF, "-1 < x <= -0");
 }
 
 }  // namespace
