@@ -35,6 +35,7 @@
 #include "vml/fp_env.h"
 #include "vml/kernels/block_driver.h"
 #include "vml/kernels/exp/sexp_poly.h"
+#include "vml/kernels/widened_float_blocks.h"
 #include "vml/mode_access.h"
 
 namespace orx::vml::sexpm1 {
@@ -71,37 +72,15 @@ __m128d expm1_pair(__m128d x) {
   return _mm_add_pd(_mm_sub_pd(two_k, _mm_set1_pd(1.0)), _mm_mul_pd(two_k, p));
 }
 
-__m128 expm1_core(__m128 x) {
-  const __m128 lo = _mm_cvtpd_ps(expm1_pair(_mm_cvtps_pd(x)));
-  const __m128 hi = _mm_cvtpd_ps(expm1_pair(_mm_cvtps_pd(_mm_movehl_ps(x, x))));
-  const __m128 sign = _mm_and_ps(x, _mm_set1_ps(-0.0f));
-  return _mm_or_ps(_mm_movelh_ps(lo, hi), sign);
-}
-
-__m128 in_range(__m128 x) {
-  return _mm_and_ps(_mm_cmple_ps(x, _mm_set1_ps(std::bit_cast<float>(kOverflowInput))),
-                    _mm_cmpgt_ps(x, _mm_set1_ps(kMinusOneBelow)));
-}
-
-struct Expm1Blocks {
-  using In = float;
-  using Out = float;
-  static constexpr int kBlock = 8;
-  static bool block(const float* a, float* r) {
-    const __m128 x0 = _mm_loadu_ps(a);
-    const __m128 x1 = _mm_loadu_ps(a + 4);
-    if (_mm_movemask_ps(_mm_and_ps(in_range(x0), in_range(x1))) != 0xF) return false;
-    _mm_storeu_ps(r, expm1_core(x0));
-    _mm_storeu_ps(r + 4, expm1_core(x1));
-    return true;
+struct Expm1 {
+  static __m128d pair(__m128d x) { return expm1_pair(x); }
+  static __m128 in_range(__m128 x) {
+    return _mm_and_ps(_mm_cmple_ps(x, _mm_set1_ps(std::bit_cast<float>(kOverflowInput))),
+                      _mm_cmpgt_ps(x, _mm_set1_ps(kMinusOneBelow)));
   }
-  [[gnu::noinline]] static void element(int i, const float* a, float* r) {
+  static void special(int i, const float* a, float* r) {
     const float x = a[i];
-    if (_mm_movemask_ps(in_range(_mm_set1_ps(x))) != 0) {
-      r[i] = _mm_cvtss_f32(expm1_core(_mm_set1_ps(x)));
-    } else if (std::isnan(x)) {
-      r[i] = x + x;
-    } else if (x > 0.0f) {  // +inf or past the overflow threshold
+    if (x > 0.0f) {  // +inf or past the overflow threshold
       r[i] = std::numeric_limits<float>::infinity();
       if (x != std::numeric_limits<float>::infinity()) {
         report_error<float, float>(ORX_VML_STATUS_OVERFLOW, i, a, a, r, r, kName);
@@ -117,5 +96,5 @@ struct Expm1Blocks {
 
 void orx_vml_kernel_sExpm1_E7HAynn(int n, const float* a, float* r) noexcept {
   const orx::vml::FpEnvGuard env(_vml_static_wrapper32e_GetMode());
-  orx::vml::run_blocks<orx::vml::sexpm1::Expm1Blocks>(n, a, r);
+  orx::vml::run_blocks<orx::vml::WidenedFloatBlocks<orx::vml::sexpm1::Expm1>>(n, a, r);
 }

@@ -35,6 +35,7 @@
 #include "vml/fp_env.h"
 #include "vml/kernels/block_driver.h"
 #include "vml/kernels/exp/sexp_poly.h"
+#include "vml/kernels/widened_float_blocks.h"
 #include "vml/mode_access.h"
 
 namespace orx::vml::slog1p {
@@ -78,37 +79,15 @@ __m128d log1p_pair(__m128d x) {
   return _mm_add_pd(_mm_mul_pd(e, _mm_set1_pd(static_cast<double>(kLn2))), ln1p_f);
 }
 
-__m128 log1p_core(__m128 x) {
-  const __m128 lo = _mm_cvtpd_ps(log1p_pair(_mm_cvtps_pd(x)));
-  const __m128 hi = _mm_cvtpd_ps(log1p_pair(_mm_cvtps_pd(_mm_movehl_ps(x, x))));
-  const __m128 sign = _mm_and_ps(x, _mm_set1_ps(-0.0f));
-  return _mm_or_ps(_mm_movelh_ps(lo, hi), sign);
-}
-
-__m128 in_range(__m128 x) {
-  return _mm_and_ps(_mm_cmpgt_ps(x, _mm_set1_ps(-1.0f)),
-                    _mm_cmplt_ps(x, _mm_set1_ps(std::numeric_limits<float>::infinity())));
-}
-
-struct Log1pBlocks {
-  using In = float;
-  using Out = float;
-  static constexpr int kBlock = 8;
-  static bool block(const float* a, float* r) {
-    const __m128 x0 = _mm_loadu_ps(a);
-    const __m128 x1 = _mm_loadu_ps(a + 4);
-    if (_mm_movemask_ps(_mm_and_ps(in_range(x0), in_range(x1))) != 0xF) return false;
-    _mm_storeu_ps(r, log1p_core(x0));
-    _mm_storeu_ps(r + 4, log1p_core(x1));
-    return true;
+struct Log1p {
+  static __m128d pair(__m128d x) { return log1p_pair(x); }
+  static __m128 in_range(__m128 x) {
+    return _mm_and_ps(_mm_cmpgt_ps(x, _mm_set1_ps(-1.0f)),
+                      _mm_cmplt_ps(x, _mm_set1_ps(std::numeric_limits<float>::infinity())));
   }
-  [[gnu::noinline]] static void element(int i, const float* a, float* r) {
+  static void special(int i, const float* a, float* r) {
     const float x = a[i];
-    if (_mm_movemask_ps(in_range(_mm_set1_ps(x))) != 0) {
-      r[i] = _mm_cvtss_f32(log1p_core(_mm_set1_ps(x)));
-    } else if (std::isnan(x)) {
-      r[i] = x + x;
-    } else if (x == std::numeric_limits<float>::infinity()) {
+    if (x == std::numeric_limits<float>::infinity()) {
       r[i] = x;
     } else if (x == -1.0f) {
       r[i] = -std::numeric_limits<float>::infinity();
@@ -125,5 +104,5 @@ struct Log1pBlocks {
 
 void orx_vml_kernel_sLog1p_E7HAynn(int n, const float* a, float* r) noexcept {
   const orx::vml::FpEnvGuard env(_vml_static_wrapper32e_GetMode());
-  orx::vml::run_blocks<orx::vml::slog1p::Log1pBlocks>(n, a, r);
+  orx::vml::run_blocks<orx::vml::WidenedFloatBlocks<orx::vml::slog1p::Log1p>>(n, a, r);
 }
