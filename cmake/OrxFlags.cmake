@@ -27,3 +27,18 @@ endfunction()
 
 # Kernel code has no exceptions: nothing can throw across the C ABI.
 set(ORX_KERNEL_CXX_FLAGS -fno-exceptions -fno-rtti)
+
+# orx_generate_file(<name> <tool> <output> <consumer>): runs `<tool> <output>`
+# at build time, as custom target <name>, before <consumer> is compiled
+# (tables generated from their rule by a program in tools/). The caller adds
+# the include directory.
+function(orx_generate_file name tool output consumer)
+  get_filename_component(dir ${output} DIRECTORY)
+  add_custom_command(OUTPUT ${output}
+    COMMAND ${CMAKE_COMMAND} -E make_directory ${dir}
+    COMMAND ${tool} ${output}
+    DEPENDS ${tool}
+    COMMENT "Generating ${output}")
+  add_custom_target(${name} DEPENDS ${output})
+  add_dependencies(${consumer} ${name})
+endfunction()
