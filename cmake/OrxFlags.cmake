@@ -42,3 +42,13 @@ function(orx_generate_file name tool output consumer)
   add_custom_target(${name} DEPENDS ${output})
   add_dependencies(${consumer} ${name})
 endfunction()
+
+# orx_kernel_objects(<name> <sources...>): an object library of
+# liborx_kernels.so, compiled with the kernel flags, seeing the public headers,
+# the source tree and the host-service declarations.
+function(orx_kernel_objects name)
+  add_library(${name} OBJECT ${ARGN})
+  target_include_directories(${name} PUBLIC ${PROJECT_SOURCE_DIR}/include
+                                     PRIVATE ${PROJECT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/serv)
+  target_compile_options(${name} PRIVATE ${ORX_KERNEL_CXX_FLAGS})
+endfunction()
