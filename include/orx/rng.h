@@ -181,8 +181,12 @@ ORX_API int __vslLoadStreamM(orx_rng_stream** stream, const char* buffer);
      x[n-103]; w is a ring of the last 250 values whose oldest sits at
      `position`; lag is the recurrence's second lag, 103. Seeding with 250
      words puts s[0] oldest. The value of a step is the new word. Raw: it.
+   - MT19937 {uint32 mt[624], int32 position}: seeding always runs the
+     key-array initialisation (no seed words: the key {1}); the value is the
+     tempered word at position, the block regenerating when position reaches
+     624. Raw: it. Leapfrog and skip-ahead are refused.
    Conversion to [a, b) with c = 1/(2^31-1), 2^-59, 1/m1, 1 (WH, x = u) and
-   2^-32 (R250):
+   2^-32 (R250, MT19937):
    - double: r = a + x*((b - a)*c), x converted to double with correct
      rounding (MCG59 values above 2^53 included);
    - float: r = a + float(x*c)*(b - a) in float, x*c in double;
@@ -199,6 +203,7 @@ ORX_RNG_DECLARE_ENGINE(MCG59)
 ORX_RNG_DECLARE_ENGINE(MRG32K3A)
 ORX_RNG_DECLARE_ENGINE(WH)
 ORX_RNG_DECLARE_ENGINE(R250)
+ORX_RNG_DECLARE_ENGINE(MT19937)
 
 /* Skip-ahead arithmetic. */
 ORX_API uint32_t __vsliPowMod2P31M1(uint32_t a, uint64_t k);

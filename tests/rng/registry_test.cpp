@@ -38,7 +38,7 @@ const BuiltinRow kBuiltins[14] = {
     {"WH", 0x500000, 48, 4, 1, 16, 24, 273, ENGINE(WH)},
     {"Sobol", 0x600000, 11648, 2604, 0, 4, 32, 1, UNBUILT},
     {"Niederr", 0x700000, 43280, 10498, 0, 4, 32, 1, UNBUILT},
-    {"MT19937", 0x800000, 2520, 625, 1, 4, 32, 1, UNBUILT},
+    {"MT19937", 0x800000, 2520, 625, 1, 4, 32, 1, ENGINE(MT19937)},
     {"MT2203", 0x900000, 312, 70, 1, 4, 32, 6024, UNBUILT},
     {"iAbstract", 0xA00000, 48, 0, 1, 4, 32, 1, ABSTRACT},
     {"dAbstract", 0xB00000, 64, 0, 1, 4, 32, 1, ABSTRACT},
@@ -133,7 +133,7 @@ TEST(RngRegistry, RefusedIdentifiersWriteAndAllocateNothing) {
     expect_invalid_id(id);
     expect_no_stream(id);
   }
-  for (int32_t id : {0x600000, 0x700000, 0x800000, 0x900000 + 6023, 0xA00000, 0xB00000, 0xC00000,
+  for (int32_t id : {0x600000, 0x700000, 0x900000 + 6023, 0xA00000, 0xB00000, 0xC00000,
                      0xD00000, 0xE00000, 277, 278})
     expect_no_stream(id);
 }

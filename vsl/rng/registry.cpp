@@ -31,7 +31,7 @@ constexpr BrngProperties kNiederr = {43280, 10498, 0, 4, 32, ORX_NO_FUNCTIONS};
 
 constexpr BrngProperties kBuiltInRecords[kBuiltIn] = {
     kMcg31m1, kR250, kMrg32k3a, kMcg59, kWh, kSobol, kNiederr,
-    {2520, 625, 1, 4, 32, ORX_NO_FUNCTIONS},    // MT19937
+    {2520, 625, 1, 4, 32, ORX_ENGINE_FUNCTIONS(MT19937)},
     {312, 70, 1, 4, 32, ORX_NO_FUNCTIONS},      // MT2203
     {48, 0, 1, 4, 32, ORX_NO_FUNCTIONS},        // iAbstract
     {64, 0, 1, 4, 32, ORX_NO_FUNCTIONS},        // dAbstract
