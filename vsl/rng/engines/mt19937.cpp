@@ -10,8 +10,7 @@
 #include <emmintrin.h>
 
 #include "orx/rng.h"
-#include "vsl/rng/engines/engine_params.h"
-#include "vsl/rng/engines/uniform_map.h"
+#include "vsl/rng/engines/seed_only_word_engine.h"
 #include "vsl/rng/stream_record.h"
 
 using namespace orx::rng;
@@ -123,33 +122,31 @@ void seed(Mt19937State& s, int n, const uint32_t* params) {
   s.position = kN;
 }
 
+// The engine as SeedOnlyWordEngine sees it.
+struct Mt19937Engine {
+  using State = Mt19937State;
+  static void seed(State& s, int n, const uint32_t* params) { ::seed(s, n, params); }
+  static void fill_raw(State& s, int n, uint32_t* r) { ::fill_raw(s, n, r); }
+  // u = y 2^-32 exactly, so a + y((b - a) 2^-32) is a + (b - a) u.
+  static constexpr double kUnit = dbInv2P32;
+};
+
 }  // namespace
 
+using Mt19937Functions = SeedOnlyWordEngine<Mt19937Engine>;
+
 int __vslBRngMT19937InitStream(int method, orx_rng_stream* stream, int n, const uint32_t* params) {
-  if (method == ORX_RNG_INIT_LEAPFROG) return ORX_RNG_ERROR_LEAPFROG_UNSUPPORTED;
-  if (method == ORX_RNG_INIT_SKIPAHEAD) return ORX_RNG_ERROR_SKIPAHEAD_UNSUPPORTED;
-  if (method != ORX_RNG_INIT_SEED) return ORX_RNG_ERROR_BAD_METHOD;
-  if (params_missing(method, n, params)) return ORX_RNG_ERROR_NULL_POINTER;
-  seed(*state_of<Mt19937State>(stream), n, params);
-  return 0;
+  return Mt19937Functions::init(method, stream, n, params);
 }
 
 int __vsliBRngMT19937(orx_rng_stream* stream, int n, uint32_t* r) {
-  if (n > 0) fill_raw(*state_of<Mt19937State>(stream), n, r);
-  return 0;
+  return Mt19937Functions::raw(stream, n, r);
 }
 
-// u = y 2^-32 exactly, so a + y((b - a) 2^-32) is a + (b - a) u.
 int __vsldBRngMT19937(orx_rng_stream* stream, int n, double* r, double a, double b) {
-  Mt19937State& s = *state_of<Mt19937State>(stream);
-  fill_mapped<uint32_t>(n, r, double_map(a, b, dbInv2P32),
-                        [&](int count, uint32_t* raw) { fill_raw(s, count, raw); });
-  return 0;
+  return Mt19937Functions::uniform(stream, n, r, a, b);
 }
 
 int __vslsBRngMT19937(orx_rng_stream* stream, int n, float* r, float a, float b) {
-  Mt19937State& s = *state_of<Mt19937State>(stream);
-  fill_mapped<uint32_t>(n, r, float_map(a, b, dbInv2P32),
-                        [&](int count, uint32_t* raw) { fill_raw(s, count, raw); });
-  return 0;
+  return Mt19937Functions::uniform(stream, n, r, a, b);
 }

@@ -9,8 +9,7 @@
 #include <emmintrin.h>
 
 #include "orx/rng.h"
-#include "vsl/rng/engines/engine_params.h"
-#include "vsl/rng/engines/uniform_map.h"
+#include "vsl/rng/engines/seed_only_word_engine.h"
 #include "vsl/rng/stream_record.h"
 
 using namespace orx::rng;
@@ -72,32 +71,30 @@ void seed(R250State& s, int n, const uint32_t* params) {
   s.lag = kLag;
 }
 
+// The engine as SeedOnlyWordEngine sees it.
+struct R250Engine {
+  using State = R250State;
+  static void seed(State& s, int n, const uint32_t* params) { ::seed(s, n, params); }
+  static void fill_raw(State& s, int n, uint32_t* r) { ::fill_raw(s, n, r); }
+  static constexpr double kUnit = dbInv2P32M1;
+};
+
 }  // namespace
 
+using R250Functions = SeedOnlyWordEngine<R250Engine>;
+
 int __vslBRngR250InitStream(int method, orx_rng_stream* stream, int n, const uint32_t* params) {
-  if (method == ORX_RNG_INIT_LEAPFROG) return ORX_RNG_ERROR_LEAPFROG_UNSUPPORTED;
-  if (method == ORX_RNG_INIT_SKIPAHEAD) return ORX_RNG_ERROR_SKIPAHEAD_UNSUPPORTED;
-  if (method != ORX_RNG_INIT_SEED) return ORX_RNG_ERROR_BAD_METHOD;
-  if (params_missing(method, n, params)) return ORX_RNG_ERROR_NULL_POINTER;
-  seed(*state_of<R250State>(stream), n, params);
-  return 0;
+  return R250Functions::init(method, stream, n, params);
 }
 
 int __vsliBRngR250(orx_rng_stream* stream, int n, uint32_t* r) {
-  if (n > 0) fill_raw(*state_of<R250State>(stream), n, r);
-  return 0;
+  return R250Functions::raw(stream, n, r);
 }
 
 int __vsldBRngR250(orx_rng_stream* stream, int n, double* r, double a, double b) {
-  R250State& s = *state_of<R250State>(stream);
-  fill_mapped<uint32_t>(n, r, double_map(a, b, dbInv2P32M1),
-                        [&](int count, uint32_t* raw) { fill_raw(s, count, raw); });
-  return 0;
+  return R250Functions::uniform(stream, n, r, a, b);
 }
 
 int __vslsBRngR250(orx_rng_stream* stream, int n, float* r, float a, float b) {
-  R250State& s = *state_of<R250State>(stream);
-  fill_mapped<uint32_t>(n, r, float_map(a, b, dbInv2P32M1),
-                        [&](int count, uint32_t* raw) { fill_raw(s, count, raw); });
-  return 0;
+  return R250Functions::uniform(stream, n, r, a, b);
 }
