@@ -29,7 +29,10 @@
 #define ORX_RNG_ERROR_BAD_WORD_SIZE (-1009)    /* registration: WordBytes not 4, 8, 16 */
 #define ORX_RNG_ERROR_BAD_STATE_WORDS (-1010)  /* registration: StateWords < 1 */
 #define ORX_RNG_ERROR_BAD_BITS (-1011)         /* registration: Bits < 1 */
+#define ORX_RNG_ERROR_QRNG_PERIOD_ELAPSED (-1012) /* quasi-random value count past 2^32-1 */
 #define ORX_RNG_ERROR_BAD_NSTREAMS (-1013)     /* leapfrog with nstreams < 0 */
+/* Uniform bits (32 or 64) asked of an engine without full-width words. */
+#define ORX_RNG_ERROR_BITS_UNSUPPORTED (-1014)
 /* Registration when all 512 records of the registry are in use. */
 #define ORX_RNG_ERROR_REGISTRY_FULL (-1021)
 #define ORX_RNG_ERROR_FILE_CLOSE (-1100)
@@ -38,6 +41,8 @@
 #define ORX_RNG_ERROR_FILE_READ (-1103)
 #define ORX_RNG_ERROR_BAD_FILE_FORMAT (-1110)
 #define ORX_RNG_ERROR_UNSUPPORTED_FILE_VERSION (-1111)
+/* Floating-point values asked of an integer-valued abstract stream. */
+#define ORX_RNG_ERROR_ABSTRACT_NOT_FLOAT (-1122)
 #define ORX_RNG_ERROR_NONDETERMINISTIC_UNAVAILABLE (-1130)
 #define ORX_RNG_ERROR_BAD_MEMORY_IMAGE (-1200)
 #define ORX_RNG_ERROR_SHARED_KEY_NOT_FOUND (-3000)
@@ -65,6 +70,13 @@
 #define ORX_RNG_INIT_SKIPAHEAD 2
 
 #define ORX_RNG_REGISTRY_CAPACITY 512
+
+/* Chunk kinds the engines attach to their streams. */
+#define ORX_RNG_CHUNK_SOBOL_DIRECTIONS 9 /* shared under a key */
+#define ORX_RNG_CHUNK_NIEDERR_POLYNOMIALS 10
+#define ORX_RNG_CHUNK_BITS32_CARRY 11    /* SFMT19937 uniform bits, 32-bit words */
+#define ORX_RNG_CHUNK_BITS64_CARRY 12    /* SFMT19937 uniform bits, 64-bit words */
+#define ORX_RNG_CHUNK_SOBOL_USER 13
 
 #ifdef __cplusplus
 extern "C" {
@@ -204,6 +216,24 @@ ORX_RNG_DECLARE_ENGINE(MRG32K3A)
 ORX_RNG_DECLARE_ENGINE(WH)
 ORX_RNG_DECLARE_ENGINE(R250)
 ORX_RNG_DECLARE_ENGINE(MT19937)
+ORX_RNG_DECLARE_ENGINE(MT2203)
+ORX_RNG_DECLARE_ENGINE(SFMT19937)
+ORX_RNG_DECLARE_ENGINE(Sobol)
+ORX_RNG_DECLARE_ENGINE(Niederr)
+ORX_RNG_DECLARE_ENGINE(iAbstract)
+ORX_RNG_DECLARE_ENGINE(dAbstract)
+ORX_RNG_DECLARE_ENGINE(sAbstract)
+ORX_RNG_DECLARE_ENGINE(TRNG)
+
+/* ---- uniform bits ------------------------------------------------------
+   (method, stream, n, r): n <= 0 writes nothing and returns 0.
+   _vsliRngUniformBits: the stream's raw words (its record's iBRngFn).
+   _vsliRngUniformBits32 / 64: n uniformly distributed 32-bit / 64-bit words,
+   or ORX_RNG_ERROR_BITS_UNSUPPORTED, consuming nothing, for an engine
+   without full-width words. */
+ORX_API int _vsliRngUniformBits(int method, orx_rng_stream* stream, int n, uint32_t* r);
+ORX_API int _vsliRngUniformBits32(int method, orx_rng_stream* stream, int n, uint32_t* r);
+ORX_API int _vsliRngUniformBits64(int method, orx_rng_stream* stream, int n, uint64_t* r);
 
 /* Skip-ahead arithmetic. */
 ORX_API uint32_t __vsliPowMod2P31M1(uint32_t a, uint64_t k);
