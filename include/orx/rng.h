@@ -41,8 +41,9 @@
 #define ORX_RNG_ERROR_FILE_READ (-1103)
 #define ORX_RNG_ERROR_BAD_FILE_FORMAT (-1110)
 #define ORX_RNG_ERROR_UNSUPPORTED_FILE_VERSION (-1111)
-/* Floating-point values asked of an integer-valued abstract stream. */
-#define ORX_RNG_ERROR_ABSTRACT_NOT_FLOAT (-1122)
+/* An abstract stream asked for values of another kind than its buffer holds
+   (floating-point values of an integer stream, raw words of a real one). */
+#define ORX_RNG_ERROR_ABSTRACT_TYPE (-1122)
 #define ORX_RNG_ERROR_NONDETERMINISTIC_UNAVAILABLE (-1130)
 #define ORX_RNG_ERROR_BAD_MEMORY_IMAGE (-1200)
 #define ORX_RNG_ERROR_SHARED_KEY_NOT_FOUND (-3000)
@@ -224,6 +225,54 @@ ORX_RNG_DECLARE_ENGINE(iAbstract)
 ORX_RNG_DECLARE_ENGINE(dAbstract)
 ORX_RNG_DECLARE_ENGINE(sAbstract)
 ORX_RNG_DECLARE_ENGINE(TRNG)
+
+/* ---- abstract streams -------------------------------------------------
+   An abstract stream hands out values the caller produces: it wraps the
+   caller's buffer of n values (not owned, not copied: a copied or loaded
+   stream refers to the same buffer) and a refill function.
+
+   Refill protocol: the stream hands out the buffer's values in order, from
+   index 0; when all n have been handed out since the last refill and a
+   request needs more, it calls refill(stream, buffer, n), which must store n
+   new values in buffer[0..n) and return 0, and continues from index 0. The
+   first request after creation starts with a refill (the buffer's contents at
+   creation are not used). A negative return ends the request with that
+   status: the values handed out before it stay in r, the rest of r is not
+   written, and the next request calls refill again.
+
+   Real streams (d, s) hold values on [a, b) (given at creation) and hand
+   them out rescaled to the requested [c, d): r = c + (v - a)*((d - c)/(b - a)),
+   exactly v when [c, d) = [a, b), exactly c for v = a, and never d or above.
+   The double form's values go to float outputs rounded and the float form's
+   to double outputs exactly. Raw words come only from integer streams and
+   floating-point values only from real ones (ORX_RNG_ERROR_ABSTRACT_TYPE).
+
+   The constructors return ORX_RNG_ERROR_BAD_ARGUMENT, allocating nothing,
+   when n is 0 or above 2^31 - 1, a pointer (stream, buffer, function) is
+   null, or !(a < b). State (after the header): int32 BufferSize, Position,
+   Available (values handed out since the last refill; n at creation), the
+   real forms' a and b, the buffer pointer, the function pointer.
+
+   The InitStreamFn of an abstract record (method 0) takes n = 6 words (the
+   integer form) or 10 (the real forms): the words of an array of pointers
+   {&n, buffer, refill} or {&n, &a, &b, buffer, refill}. */
+typedef int (*orx_rng_irefill_fn)(orx_rng_stream* stream, uint32_t* buffer, int32_t n);
+typedef int (*orx_rng_drefill_fn)(orx_rng_stream* stream, double* buffer, int32_t n);
+typedef int (*orx_rng_srefill_fn)(orx_rng_stream* stream, float* buffer, int32_t n);
+ORX_API int __vsliNewAbstractStream(orx_rng_stream** stream, uint32_t n, uint32_t* buffer,
+                                    orx_rng_irefill_fn refill);
+ORX_API int __vsldNewAbstractStream(orx_rng_stream** stream, uint32_t n, double* buffer,
+                                    orx_rng_drefill_fn refill, double a, double b);
+ORX_API int __vslsNewAbstractStream(orx_rng_stream** stream, uint32_t n, float* buffer,
+                                    orx_rng_srefill_fn refill, float a, float b);
+
+/* ---- non-deterministic generator ---------------------------------------
+   State {uint32 Reserved = 0, RetryLimit}: seeding (method 0) sets
+   RetryLimit to the second seed word when there are two or more and it is
+   not 0, else 10 (the attempts per word a hardware-drawing generator makes
+   before failing). This build draws nothing: its output functions return
+   ORX_RNG_ERROR_NONDETERMINISTIC_UNAVAILABLE, and so does loading a saved
+   stream of it on a processor without the RDRAND instruction. */
 
 /* ---- uniform bits ------------------------------------------------------
    (method, stream, n, r): n <= 0 writes nothing and returns 0.

@@ -33,11 +33,11 @@ constexpr BrngProperties kBuiltInRecords[kBuiltIn] = {
     kMcg31m1, kR250, kMrg32k3a, kMcg59, kWh, kSobol, kNiederr,
     {2520, 625, 1, 4, 32, ORX_ENGINE_FUNCTIONS(MT19937)},
     {312, 70, 1, 4, 32, ORX_NO_FUNCTIONS},      // MT2203
-    {48, 0, 1, 4, 32, ORX_NO_FUNCTIONS},        // iAbstract
-    {64, 0, 1, 4, 32, ORX_NO_FUNCTIONS},        // dAbstract
-    {56, 0, 1, 4, 32, ORX_NO_FUNCTIONS},        // sAbstract
-    {2536, 625, 1, 16, 128, ORX_NO_FUNCTIONS},  // SFMT19937
-    {24, 1, 1, 4, 32, ORX_NO_FUNCTIONS},        // TRNG
+    {48, 0, 1, 4, 32, ORX_ENGINE_FUNCTIONS(iAbstract)},
+    {64, 0, 1, 4, 32, ORX_ENGINE_FUNCTIONS(dAbstract)},
+    {56, 0, 1, 4, 32, ORX_ENGINE_FUNCTIONS(sAbstract)},
+    {2536, 625, 1, 16, 128, ORX_ENGINE_FUNCTIONS(SFMT19937)},  // SFMT19937
+    {24, 1, 1, 4, 32, ORX_ENGINE_FUNCTIONS(TRNG)},
 };
 constexpr int32_t kBuiltInOffsets[kBuiltIn] = {1, 1, 1, 1, 273, 1, 1, 1, 6024, 1, 1, 1, 1, 1};
 
