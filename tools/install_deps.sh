@@ -4,7 +4,7 @@ set -euo pipefail
 
 packages=(cmake make g++ pkg-config binutils
           libgtest-dev libbenchmark-dev
-          libopenblas-dev libmpfr-dev libgmp-dev libgsl-dev libsleef-dev libdsfmt-dev)
+          libopenblas-dev libmpfr-dev libgmp-dev libgsl-dev libsleef-dev libdsfmt-dev libboost-dev)
 
 missing=()
 for p in "${packages[@]}"; do
