@@ -43,8 +43,8 @@ const BuiltinRow kBuiltins[14] = {
     {"iAbstract", 0xA00000, 48, 0, 1, 4, 32, 1, ABSTRACT},
     {"dAbstract", 0xB00000, 64, 0, 1, 4, 32, 1, ABSTRACT},
     {"sAbstract", 0xC00000, 56, 0, 1, 4, 32, 1, ABSTRACT},
-    {"SFMT19937", 0xD00000, 2536, 625, 1, 16, 128, 1, UNBUILT},
-    {"TRNG", 0xE00000, 24, 1, 1, 4, 32, 1, UNBUILT},
+    {"SFMT19937", 0xD00000, 2536, 625, 1, 16, 128, 1, ENGINE(SFMT19937)},
+    {"TRNG", 0xE00000, 24, 1, 1, 4, 32, 1, ENGINE(TRNG)},
 };
 
 void expect_record(const BrngProperties& got, const BuiltinRow& row) {
