@@ -198,8 +198,16 @@ ORX_API int __vslLoadStreamM(orx_rng_stream** stream, const char* buffer);
      key-array initialisation (no seed words: the key {1}); the value is the
      tempered word at position, the block regenerating when position reaches
      624. Raw: it. Leapfrog and skip-ahead are refused.
+   - SFMT19937 {uint32 w[624], int32 left, int32 reserved}: the SIMD-oriented
+     fast Mersenne twister (parameters 122-18-1-11-1); w holds the 156 128-bit
+     words, 32-bit word 4i+k in lane k of word i. Seeding always runs the
+     key-array initialisation (no seed words: the key {1}), certifies the
+     period and sets left = reserved = 0. The value of a step is the next
+     32-bit word of the block, w[624 - left]; when left is 0 the block
+     regenerates and left becomes 624. Raw: n 128-bit words, written as the
+     next 4n 32-bit words in order. Leapfrog and skip-ahead are refused.
    Conversion to [a, b) with c = 1/(2^31-1), 2^-59, 1/m1, 1 (WH, x = u) and
-   2^-32 (R250, MT19937):
+   2^-32 (R250, MT19937, MT2203, SFMT19937, Sobol, Niederreiter):
    - double: r = a + x*((b - a)*c), x converted to double with correct
      rounding (MCG59 values above 2^53 included);
    - float: r = a + float(x*c)*(b - a) in float, x*c in double;
@@ -279,7 +287,17 @@ ORX_API int __vslsNewAbstractStream(orx_rng_stream** stream, uint32_t n, float* 
    _vsliRngUniformBits: the stream's raw words (its record's iBRngFn).
    _vsliRngUniformBits32 / 64: n uniformly distributed 32-bit / 64-bit words,
    or ORX_RNG_ERROR_BITS_UNSUPPORTED, consuming nothing, for an engine
-   without full-width words. */
+   without full-width words (and for records registered by users).
+   - MT19937, MT2203, TRNG: their raw words; a 64-bit word is two of them,
+     the first in the low half (2n raw words for n outputs).
+   - MCG59: a 32-bit word is the top 32 of a value's 59 bits (x >> 27); a
+     64-bit word is two such words, the first low.
+   - SFMT19937: the engine's 32-bit words (a 64-bit word is two, the first
+     low), drawn as whole 128-bit words; the unused part of the last one waits
+     in a 16-byte chunk (kind 11 for 32-bit, 12 for 64-bit words: the waiting
+     words, then their count), so a request split in any way equals one call.
+   A null stream or r with n > 0 gives ORX_RNG_ERROR_NULL_POINTER, a method
+   other than 0 ORX_RNG_ERROR_BAD_METHOD. */
 ORX_API int _vsliRngUniformBits(int method, orx_rng_stream* stream, int n, uint32_t* r);
 ORX_API int _vsliRngUniformBits32(int method, orx_rng_stream* stream, int n, uint32_t* r);
 ORX_API int _vsliRngUniformBits64(int method, orx_rng_stream* stream, int n, uint64_t* r);
