@@ -26,8 +26,8 @@ constexpr BrngProperties kR250 = {1024, 252, 1, 4, 32, ORX_ENGINE_FUNCTIONS(R250
 constexpr BrngProperties kMrg32k3a = {40, 6, 1, 4, 32, ORX_ENGINE_FUNCTIONS(MRG32K3A)};
 constexpr BrngProperties kMcg59 = {32, 1, 0, 8, 59, ORX_ENGINE_FUNCTIONS(MCG59)};
 constexpr BrngProperties kWh = {48, 4, 1, 16, 24, ORX_ENGINE_FUNCTIONS(WH)};
-constexpr BrngProperties kSobol = {11648, 2604, 0, 4, 32, ORX_NO_FUNCTIONS};
-constexpr BrngProperties kNiederr = {43280, 10498, 0, 4, 32, ORX_NO_FUNCTIONS};
+constexpr BrngProperties kSobol = {11648, 2604, 0, 4, 32, ORX_ENGINE_FUNCTIONS(Sobol)};
+constexpr BrngProperties kNiederr = {43280, 10498, 0, 4, 32, ORX_ENGINE_FUNCTIONS(Niederr)};
 
 constexpr BrngProperties kBuiltInRecords[kBuiltIn] = {
     kMcg31m1, kR250, kMrg32k3a, kMcg59, kWh, kSobol, kNiederr,
