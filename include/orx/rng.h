@@ -206,6 +206,36 @@ ORX_API int __vslLoadStreamM(orx_rng_stream** stream, const char* buffer);
      32-bit word of the block, w[624 - left]; when left is 0 the block
      regenerates and left becomes 624. Raw: n 128-bit words, written as the
      next 4n 32-bit words in order. Leapfrog and skip-ahead are refused.
+   - Sobol {uint32 count, int32 d, uint32 point[40], uint32 rows[32][40]} and
+     Niederr {the same with 318}: quasi-random points of dimension d, handed
+     out coordinate after coordinate; count is the number of values handed
+     out, point the point holding the last of them, row r the direction words
+     of counter bit r. Values are the coordinates of points 1, 2, ... (point
+     0, the origin, is never handed out); point k+1 = point k XOR row(lowest
+     zero bit of k) (Gray-code order). Raw: the 32-bit coordinate word. A
+     request that would take count past 2^32 - 1 returns
+     ORX_RNG_ERROR_QRNG_PERIOD_ELAPSED and writes nothing. Seeding: n < 1
+     gives d = 1; else d = s[0] when 1 <= s[0] <= 40 (Sobol) or 318
+     (Niederreiter), else 1. Default tables: Sobol dimension 1 is van der
+     Corput, dimensions 2..40 the Joe-Kuo primitive polynomials and initial
+     numbers; Niederreiter dimension k the k-th irreducible polynomial over
+     GF(2) in increasing order starting with x (the Bratley-Fox-Niederreiter
+     construction). User data:
+     - Sobol (n >= 4, s[1] = 1): s[2] = 1 polynomials s[3..d+1] for
+       dimensions 2..d with initial numbers 1 (d <= 40, n >= d + 2); 3: s[3]
+       = L (1..32), the polynomials of dimensions 2..d, then d - 1 groups of L
+       initial numbers; 11: per dimension 2..d its degree e, its polynomial,
+       its e initial numbers; 4: 32 direction words per dimension (n >= 32d +
+       3). The direction rows (32 of d words) live in a kind-9 chunk shared
+       under a key, the point in a private kind-13 chunk, so d may exceed 40.
+     - Niederreiter (n >= 3, s[1] = 1): s[2] = 1 polynomials s[3..d+2]
+       (n >= d + 3); 4: 32 direction words per dimension (n >= 32d + 3);
+       d >= 319 lives in a kind-10 chunk of 33d words (rows, then the point).
+     Unusable user data (too few words, degree 0, even polynomial, initial
+     number even or >= 2^degree) falls back to the default tables. Seeding
+     again drops the engine's chunks. A state whose dimension does not match
+     its storage or chunks gives ORX_RNG_ERROR_BAD_ARGUMENT. Leapfrog and
+     skip-ahead are refused.
    Conversion to [a, b) with c = 1/(2^31-1), 2^-59, 1/m1, 1 (WH, x = u) and
    2^-32 (R250, MT19937, MT2203, SFMT19937, Sobol, Niederreiter):
    - double: r = a + x*((b - a)*c), x converted to double with correct
