@@ -18,6 +18,7 @@
 #include <cstdint>
 
 #include "df/task/pointer_table.h"
+#include "df/task/task_view.h"
 #include "orx/df.h"
 #include "orx_serv.h"
 
@@ -27,11 +28,6 @@ namespace {
 bool partition_hint_valid(int64_t hint) {
   return hint == DF_NO_HINT || hint == DF_UNIFORM_PARTITION || hint == DF_NON_UNIFORM_PARTITION ||
          hint == DF_QUASI_UNIFORM_PARTITION;
-}
-
-bool storage_hint_valid(int64_t hint) {
-  return hint == 0 || hint == DF_MATRIX_STORAGE_ROWS || hint == DF_MATRIX_STORAGE_COLS ||
-         hint == DF_MATRIX_STORAGE_FUNCS_SEP;
 }
 
 // Rows (0, 16): function j starts nx values after function j - 1. Columns

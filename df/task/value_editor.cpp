@@ -5,6 +5,7 @@
 #include <initializer_list>
 
 #include "df/task/pointer_table.h"
+#include "df/task/task_view.h"
 #include "orx/df.h"
 #include "orx_serv.h"
 
@@ -37,7 +38,7 @@ int orx_df_kernel_iEditVal(Task1D* task, int64_t attribute, int64_t value) {
       field = &task->ny, refusal = DF_ERR_BAD_NY, accepted = value >= 1;
       break;
     case DF_ATTR_FUNC_VALUES_HINT:
-      field = &task->yhint, refusal = DF_ERR_BAD_YHINT, accepted = one_of(value, {0, 16, 32, 128});
+      field = &task->yhint, refusal = DF_ERR_BAD_YHINT, accepted = storage_hint_valid(value);
       break;
     case DF_ATTR_SPLINE_ORDER:
       field = &task->s_order, refusal = DF_ERR_BAD_ORDER, accepted = value >= 0;
@@ -54,7 +55,7 @@ int orx_df_kernel_iEditVal(Task1D* task, int64_t attribute, int64_t value) {
       break;
     case DF_ATTR_COEFFS_HINT:
       field = &task->coeff_hint, refusal = DF_ERR_BAD_COEFF_HINT;
-      accepted = one_of(value, {0, 16, 32, 128});
+      accepted = storage_hint_valid(value);
       break;
     default:
       return DF_ERR_BAD_ATTR;

@@ -144,4 +144,6 @@ ORX_API int orx_df_kernel_DeleteTask(Task1D** task);
 }
 #endif
 
+#include "orx/df_spline.h"
+
 #endif
