@@ -144,6 +144,7 @@ ORX_API int orx_df_kernel_DeleteTask(Task1D** task);
 }
 #endif
 
+#include "orx/df_search.h"
 #include "orx/df_spline.h"
 
 #endif
