@@ -4,11 +4,20 @@
    reports a forced status and a real overflow.
    Random numbers: a stream of each recurrence engine is created, drawn from,
    skipped ahead, saved to a file and loaded back; the loaded stream continues
-   the original's sequence. */
-#include <stdio.h>
+   the original's sequence. The twisters' streams are copied and the copies
+   continue alike; the quasi-random streams print their first points; an
+   abstract stream hands out what its refill function computes; uniform bits
+   come as 64-bit words.
+   Data fitting: a task over eleven knots of sin, a cell search of a few
+   sites, and linear and quadratic splines built on it. */
+#include <math.h>
 #include <stdint.h>
+#include <stdio.h>
 
 #include "orx/host.h"
+#include "orx/df.h"
+#include "orx/df_search.h"
+#include "orx/df_spline.h"
 #include "orx/rng.h"
 #include "orx/vml.h"
 
@@ -95,10 +104,173 @@ static int random_numbers(void) {
   return failures;
 }
 
+/* The twisters: first values, and a copy made mid-way continuing alike. */
+static int twisters(void) {
+  const struct {
+    const char* name;
+    uint32_t id;
+  } engines[] = {{"MT19937", ORX_BRNG_MT19937},
+                 {"MT2203 set 5", ORX_BRNG_MT2203 + 5},
+                 {"SFMT19937", ORX_BRNG_SFMT19937}};
+  const uint32_t seed = 20261122;
+  int failures = 0;
+  for (size_t e = 0; e < sizeof engines / sizeof engines[0]; ++e) {
+    BrngProperties p;
+    orx_rng_stream* stream = NULL;
+    orx_rng_stream* copy = NULL;
+    double first[3], a[3], b[3];
+    int status = __vslGetBrngProperties((int32_t)engines[e].id, &p);
+    if (status == 0) status = __vslNewStreamEx(&stream, engines[e].id, 1, &seed);
+    if (status == 0) status = p.dBRngFn(stream, 3, first, 0.0, 1.0);
+    if (status == 0) status = __vslCopyStream(&copy, stream);
+    if (status == 0) status = p.dBRngFn(stream, 3, a, 0.0, 1.0);
+    if (status == 0) status = p.dBRngFn(copy, 3, b, 0.0, 1.0);
+    if (status != 0) {
+      printf("  %-12s failed with status %d\n", engines[e].name, status);
+      ++failures;
+    } else {
+      const int same = a[0] == b[0] && a[1] == b[1] && a[2] == b[2];
+      printf("  %-12s %.6f %.6f %.6f | copy %s\n", engines[e].name, first[0], first[1], first[2],
+             same ? "continues the same sequence" : "DIFFERS");
+      failures += !same;
+    }
+    __vslDeleteStream(&stream);
+    __vslDeleteStream(&copy);
+  }
+  return failures;
+}
+
+/* Quasi-random points: the first four points of 3-dimensional sequences. */
+static int quasi_random(void) {
+  const struct {
+    const char* name;
+    uint32_t id;
+    orx_rng_dfill_fn fill;
+  } engines[] = {{"Sobol", ORX_BRNG_SOBOL, __vsldBRngSobol},
+                 {"Niederreiter", ORX_BRNG_NIEDERR, __vsldBRngNiederr}};
+  const uint32_t dimension = 3;
+  int failures = 0;
+  for (size_t e = 0; e < sizeof engines / sizeof engines[0]; ++e) {
+    orx_rng_stream* stream = NULL;
+    double points[12];
+    int status = __vslNewStreamEx(&stream, engines[e].id, 1, &dimension);
+    if (status == 0) status = engines[e].fill(stream, 12, points, 0.0, 1.0);
+    if (status != 0) {
+      printf("  %-12s failed with status %d\n", engines[e].name, status);
+      ++failures;
+    } else {
+      printf("  %-12s", engines[e].name);
+      for (int i = 0; i < 12; i += 3)
+        printf(" (%g, %g, %g)", points[i], points[i + 1], points[i + 2]);
+      printf("\n");
+    }
+    __vslDeleteStream(&stream);
+  }
+  return failures;
+}
+
+/* An abstract stream whose values come from the caller: squares of 1, 2, ...
+   scaled onto [0, 1000), four per refill. */
+static double next_square = 1;
+static int refill_squares(orx_rng_stream* stream, double* buffer, int32_t n) {
+  (void)stream;
+  for (int32_t i = 0; i < n; ++i, ++next_square) buffer[i] = next_square * next_square;
+  return 0;
+}
+
+static int abstract_and_bits(void) {
+  double buffer[4], r[6];
+  orx_rng_stream* stream = NULL;
+  int status = __vsldNewAbstractStream(&stream, 4, buffer, refill_squares, 0.0, 1000.0);
+  if (status == 0) status = __vsldBRngdAbstract(stream, 6, r, 0.0, 1.0);
+  __vslDeleteStream(&stream);
+  if (status != 0) {
+    printf("  abstract stream failed with status %d\n", status);
+    return 1;
+  }
+  printf("  abstract stream over a 4-value buffer, 6 values on [0, 1):");
+  for (int i = 0; i < 6; ++i) printf(" %g", r[i]);
+  printf("\n");
+
+  const uint32_t seed = 5489;
+  uint64_t bits[2];
+  status = __vslNewStreamEx(&stream, ORX_BRNG_MT19937, 1, &seed);
+  if (status == 0) status = _vsliRngUniformBits64(0, stream, 2, bits);
+  const int refused = status == 0 ? 0 : 1;
+  __vslDeleteStream(&stream);
+  if (refused) {
+    printf("  uniform bits failed with status %d\n", status);
+    return 1;
+  }
+  printf("  MT19937 uniform bits, 64-bit words: %016llx %016llx\n", (unsigned long long)bits[0],
+         (unsigned long long)bits[1]);
+  return 0;
+}
+
+/* One cell's polynomial (order coefficients, lowest first) at d = t - x[i]. */
+static double piece_value(const double* c, int order, double d) {
+  double v = 0;
+  for (int k = order - 1; k >= 0; --k) v = v * d + c[k];
+  return v;
+}
+
+static int data_fitting(const void* const* services) {
+  printf("data fitting\n");
+  enum { kKnots = 11 };
+  double x[kKnots], y[kKnots], linear[2 * (kKnots - 1)], quadratic[3 * (kKnots - 1)];
+  for (int i = 0; i < kKnots; ++i) {
+    x[i] = 0.2 * i;
+    y[i] = sin(x[i]);
+  }
+  Task1D* task = NULL;
+  int status = orx_df_kernel_dNewTask1D(&task, kKnots, x, DF_NON_UNIFORM_PARTITION, 1, y,
+                                        DF_MATRIX_STORAGE_ROWS, 0);
+  const double sites[6] = {-0.1, 0.0, 0.5, 1.0, 1.99, 2.5};
+  int32_t cells[6];
+  if (status == 0)
+    status = orx_df_kernel_dDFSearch1D(task, NULL, 6, sites, 0, NULL, cells, NULL, NULL, services);
+  if (status == 0) {
+    printf("  knots 0, 0.2, ..., 2; cells (knots <= site):");
+    for (int i = 0; i < 6; ++i) printf(" %g->%d", sites[i], cells[i]);
+    printf("\n");
+    status = orx_df_kernel_dEditPPSpline1D(task, 2, 0, 0, NULL, 0, NULL, linear,
+                                           DF_MATRIX_STORAGE_ROWS);
+  }
+  if (status == 0) status = orx_df_kernel_dDFLinearSpline1D(task, NULL, 0, services);
+  const double first_midpoint[1] = {sin(0.1)};
+  if (status == 0)
+    status = orx_df_kernel_dEditPPSpline1D(task, 3, 0, DF_BC_Q_VAL, first_midpoint, 0, NULL,
+                                           quadratic, DF_MATRIX_STORAGE_ROWS);
+  if (status == 0) status = orx_df_kernel_dDFQuadraticSpline1D(task, NULL, 0, services);
+  orx_df_kernel_DeleteTask(&task);
+  if (status != 0) {
+    printf("  failed with status %d\n", status);
+    return 1;
+  }
+  double linear_error = 0, quadratic_error = 0;
+  for (int i = 0; i < kKnots - 1; ++i) {
+    const double truth = sin(x[i] + 0.1);
+    linear_error = fmax(linear_error, fabs(piece_value(linear + 2 * i, 2, 0.1) - truth));
+    quadratic_error = fmax(quadratic_error, fabs(piece_value(quadratic + 3 * i, 3, 0.1) - truth));
+  }
+  printf("  linear cells 0..2 (value, slope): (%.6f, %.6f) (%.6f, %.6f) (%.6f, %.6f)\n",
+         linear[0], linear[1], linear[2], linear[3], linear[4], linear[5]);
+  printf("  quadratic cell 0: %.6f %+.6f d %+.6f d^2; cell 9: %.6f %+.6f d %+.6f d^2\n",
+         quadratic[0], quadratic[1], quadratic[2], quadratic[27], quadratic[28], quadratic[29]);
+  printf("  largest error at the cells' midpoints: linear %.2e, quadratic %.2e\n", linear_error,
+         quadratic_error);
+  return 0;
+}
+
 int main(void) {
   const void* const* services = orx_host_services();
   orx_host_num_threads_fn num_threads = (orx_host_num_threads_fn)services[ORX_HOST_NUM_THREADS];
   printf("orx kernels demo (host threads: %lld)\n", (long long)num_threads());
   vector_math();
-  return random_numbers() == 0 ? 0 : 1;
+  int failures = random_numbers();
+  failures += twisters();
+  failures += quasi_random();
+  failures += abstract_and_bits();
+  failures += data_fitting(services);
+  return failures == 0 ? 0 : 1;
 }

@@ -198,6 +198,15 @@ ORX_API int __vslLoadStreamM(orx_rng_stream** stream, const char* buffer);
      key-array initialisation (no seed words: the key {1}); the value is the
      tempered word at position, the block regenerating when position reaches
      624. Raw: it. Leapfrog and skip-ahead are refused.
+   - MT2203 (0x900000 + row, rows 0..6023) {uint32 mt[69], int32 position,
+     uint32 a, b, c}: 6024 Mersenne twisters of period 2^2203 - 1, 69 words
+     with 5 unused bits (upper mask 0xFFFFFFE0, lower 0x1F), middle offset 34;
+     a, b, c (matrix vector, tempering masks) are copied from the row of the
+     internal parameter table at seeding, so a saved image carries them.
+     Seeding is MT19937's key-array initialisation with 69 words. The value is
+     the word at position tempered as y ^= y >> 12; y ^= (y << 7) & b;
+     y ^= (y << 15) & c; y ^= y >> 18 (first shift 12, not 11). Raw: it.
+     Leapfrog and skip-ahead are refused.
    - SFMT19937 {uint32 w[624], int32 left, int32 reserved}: the SIMD-oriented
      fast Mersenne twister (parameters 122-18-1-11-1); w holds the 156 128-bit
      words, 32-bit word 4i+k in lane k of word i. Seeding always runs the

@@ -27,7 +27,6 @@ struct BuiltinRow {
 
 #define ENGINE(E) true, __vslBRng##E##InitStream, __vslsBRng##E, __vsldBRng##E, __vsliBRng##E
 #define NO_FUNCTIONS nullptr, nullptr, nullptr, nullptr
-#define UNBUILT true, NO_FUNCTIONS
 #define ABSTRACT false, NO_FUNCTIONS
 
 const BuiltinRow kBuiltins[14] = {
@@ -39,7 +38,7 @@ const BuiltinRow kBuiltins[14] = {
     {"Sobol", 0x600000, 11648, 2604, 0, 4, 32, 1, ENGINE(Sobol)},
     {"Niederr", 0x700000, 43280, 10498, 0, 4, 32, 1, ENGINE(Niederr)},
     {"MT19937", 0x800000, 2520, 625, 1, 4, 32, 1, ENGINE(MT19937)},
-    {"MT2203", 0x900000, 312, 70, 1, 4, 32, 6024, UNBUILT},
+    {"MT2203", 0x900000, 312, 70, 1, 4, 32, 6024, ENGINE(MT2203)},
     {"iAbstract", 0xA00000, 48, 0, 1, 4, 32, 1, ABSTRACT},
     {"dAbstract", 0xB00000, 64, 0, 1, 4, 32, 1, ABSTRACT},
     {"sAbstract", 0xC00000, 56, 0, 1, 4, 32, 1, ABSTRACT},

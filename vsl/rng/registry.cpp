@@ -1,8 +1,7 @@
 // Generator registry: the current table of built-in and user generators and
 // the earlier-numbering table, with identifier resolution and registration.
 //
-// Records whose engine is not part of this build keep every field but have
-// null functions; streams of them cannot be created (-1000). Registration
+// Every built-in record carries its engine's four functions. Registration
 // stops at the table's capacity of 512 records with
 // ORX_RNG_ERROR_REGISTRY_FULL, leaving the tables unchanged.
 #include <cstddef>
@@ -19,7 +18,6 @@ constexpr int kFirstEarlierWh = 4;   // earlier ids 4..276 are the WH sub-genera
 constexpr int kEarlierWhEnd = 277;
 
 #define ORX_ENGINE_FUNCTIONS(E) __vslBRng##E##InitStream, __vslsBRng##E, __vsldBRng##E, __vsliBRng##E
-#define ORX_NO_FUNCTIONS nullptr, nullptr, nullptr, nullptr
 
 constexpr BrngProperties kMcg31m1 = {24, 1, 0, 4, 31, ORX_ENGINE_FUNCTIONS(MCG31M1)};
 constexpr BrngProperties kR250 = {1024, 252, 1, 4, 32, ORX_ENGINE_FUNCTIONS(R250)};
@@ -32,7 +30,7 @@ constexpr BrngProperties kNiederr = {43280, 10498, 0, 4, 32, ORX_ENGINE_FUNCTION
 constexpr BrngProperties kBuiltInRecords[kBuiltIn] = {
     kMcg31m1, kR250, kMrg32k3a, kMcg59, kWh, kSobol, kNiederr,
     {2520, 625, 1, 4, 32, ORX_ENGINE_FUNCTIONS(MT19937)},
-    {312, 70, 1, 4, 32, ORX_NO_FUNCTIONS},      // MT2203
+    {312, 70, 1, 4, 32, ORX_ENGINE_FUNCTIONS(MT2203)},  // MT2203
     {48, 0, 1, 4, 32, ORX_ENGINE_FUNCTIONS(iAbstract)},
     {64, 0, 1, 4, 32, ORX_ENGINE_FUNCTIONS(dAbstract)},
     {56, 0, 1, 4, 32, ORX_ENGINE_FUNCTIONS(sAbstract)},

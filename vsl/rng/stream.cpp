@@ -34,8 +34,9 @@ int __vslAllocateStream(orx_rng_stream** stream, const BrngProperties* table, ui
   return 0;
 }
 
-// A record whose engine is not part of this build has no InitStreamFn; such
-// streams are refused here (-1000) before anything is allocated.
+// A record without an InitStreamFn (none can be registered, but a table
+// entry could be damaged) is refused here (-1000) before anything is
+// allocated.
 int __vslNewStreamEx(orx_rng_stream** stream, uint32_t id, uint32_t n, const uint32_t* params) {
   if (stream == nullptr) return ORX_RNG_ERROR_NULL_POINTER;
   if (is_abstract(id)) return ORX_RNG_ERROR_INVALID_BRNG;

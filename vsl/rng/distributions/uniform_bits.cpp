@@ -15,10 +15,9 @@
 //     MT19937, MT2203, TRNG: the raw 32-bit words; a 64-bit word is two of
 //       them, the first in the low half (2n raw words for n outputs);
 //     MCG59, SFMT19937: their own packings (uniform_bits.h);
-//     every other built-in record, every record registered at run time (its
-//       words' width and randomness are unknown here) and every record whose
-//       engine is not part of this build: ORX_RNG_ERROR_BITS_UNSUPPORTED,
-//       consuming nothing.
+//     every other built-in record and every record registered at run time
+//       (its words' width and randomness are unknown here):
+//       ORX_RNG_ERROR_BITS_UNSUPPORTED, consuming nothing.
 //   A failing raw function's status is returned as it is.
 #include "vsl/rng/distributions/uniform_bits.h"
 

@@ -10,6 +10,7 @@
 #include <emmintrin.h>
 
 #include "orx/rng.h"
+#include "vsl/rng/engines/mt_key_seeding.h"
 #include "vsl/rng/engines/seed_only_word_engine.h"
 #include "vsl/rng/stream_record.h"
 
@@ -94,31 +95,7 @@ void fill_raw(Mt19937State& s, int n, uint32_t* r) {
 }
 
 void seed(Mt19937State& s, int n, const uint32_t* params) {
-  static constexpr uint32_t kOne = 1;
-  if (n <= 0) {
-    n = 1;
-    params = &kOne;
-  }
-  uint32_t* mt = s.mt;
-  mt[0] = 19650218u;
-  for (int i = 1; i < kN; ++i) mt[i] = 1812433253u * (mt[i - 1] ^ (mt[i - 1] >> 30)) + i;
-  int i = 1, j = 0;
-  for (int k = kN > n ? kN : n; k > 0; --k) {
-    mt[i] = (mt[i] ^ ((mt[i - 1] ^ (mt[i - 1] >> 30)) * 1664525u)) + params[j] + j;
-    if (++i >= kN) {
-      mt[0] = mt[kN - 1];
-      i = 1;
-    }
-    if (++j >= n) j = 0;
-  }
-  for (int k = kN - 1; k > 0; --k) {
-    mt[i] = (mt[i] ^ ((mt[i - 1] ^ (mt[i - 1] >> 30)) * 1566083941u)) - i;
-    if (++i >= kN) {
-      mt[0] = mt[kN - 1];
-      i = 1;
-    }
-  }
-  mt[0] = 0x80000000u;
+  mt_key_seeding(s.mt, n, params);
   s.position = kN;
 }
 
