@@ -44,6 +44,11 @@ void check_linear(const LinearCase& c) {
       const long double y1 = value(y, c.nx, c.ny, c.columns, j, i + 1);
       const long double h = cell_width(x, c.nx, c.uniform, i);
       ASSERT_EQ(cell[0], static_cast<T>(y0)) << "function " << j << " cell " << i;
+      // Every lane and the tails give the bits of the scalar expression.
+      const T dy = static_cast<T>(y1) - static_cast<T>(y0);
+      const T slope = c.uniform ? dy * (static_cast<T>(c.nx - 1) / (x[1] - x[0]))
+                                : dy / (x[i + 1] - x[i]);
+      ASSERT_EQ(cell[1], slope) << "function " << j << " cell " << i;
       // Two roundings of the quotient and one of the difference (or of r).
       expect_close<T>(cell[1], (y1 - y0) / h, (std::fabs(y0) + std::fabs(y1)) / h, 4, "slope", j, i);
     }
@@ -61,8 +66,13 @@ const LinearCase kLinearCases[] = {
     {2048, 1, false, false, 0}, {2048, 2, true, true, 0},    {2049, 1, false, true, 0},
     {2049, 3, true, false, 1},  {2050, 2, false, false, 1},  {4097, 1, false, false, 0},
     {4097, 2, false, true, 1},  {4097, 2, true, true, 0},    {4097, 1, true, false, 0},
-    // From 262144 cells on, aligned coefficients are written by streaming stores.
+    // Many blocks, below the size from which aligned coefficients are written
+    // by streaming stores (bytes read and written beyond the last-level cache,
+    // at most 32 MB) except on machines with a small cache.
     {262145, 1, false, false, 0}, {262146, 2, true, true, 0}, {262145, 1, false, true, 1},
+    // 1,500,000 uniform double cells move 36 MB: streaming stores on every
+    // machine, ending in a partial block (1,500,000 = 732 * 2048 + 864).
+    {1500001, 1, false, true, 0},
 };
 
 TEST(DfLinearSpline, CoefficientsMatchLongDoubleQuotients) {
