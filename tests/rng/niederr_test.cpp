@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "orx/host.h"
 #include "orx/rng.h"
 #include "tests/rng/quasi_nets.h"
 
@@ -209,3 +210,21 @@ TEST(Niederr, FourHundredDimensionsLiveInAChunkThatCopiesAndImagesKeep) {
 }
 
 }  // namespace
+
+// The kind-10 chunk's block (second allocation of the seeding, after the
+// stream) or its list node (third) cannot be had: -4, no chunk left behind,
+// and the stream the caller deletes.
+TEST(NiederrChunkAllocation, FailureReportsMemoryAndLeavesNoChunk) {
+  const Words seed = user_polynomials(irreducibles(400));
+  for (int64_t failing : {2, 3}) {
+    SCOPED_TRACE(failing);
+    orx_rng_stream* s = nullptr;
+    orx_host_test_fail_allocation(failing);
+    EXPECT_EQ(__vslNewStreamEx(&s, ORX_BRNG_NIEDERR, static_cast<uint32_t>(seed.size()), seed.data()),
+              ORX_RNG_ERROR_MEMORY);
+    orx_host_test_fail_allocation(0);
+    ASSERT_NE(s, nullptr);
+    EXPECT_EQ(__vslGetNumChunks(s), 0);
+    __vslDeleteStream(&s);
+  }
+}
