@@ -68,7 +68,7 @@ const LinearCase kLinearCases[] = {
     {4097, 2, false, true, 1},  {4097, 2, true, true, 0},    {4097, 1, true, false, 0},
     // Many blocks, below the size from which aligned coefficients are written
     // by streaming stores (bytes read and written beyond the last-level cache,
-    // at most 32 MB) except on machines with a small cache.
+    // at most 16 MB) except on machines with a small cache.
     {262145, 1, false, false, 0}, {262146, 2, true, true, 0}, {262145, 1, false, true, 1},
     // 1,500,000 uniform double cells move 36 MB: streaming stores on every
     // machine, ending in a partial block (1,500,000 = 732 * 2048 + 864).
