@@ -7,9 +7,11 @@
 #include <cstdint>
 #include <fstream>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "orx/rng.h"
+#include "tests/rng/mt_seeding_model.h"
 
 namespace {
 
@@ -27,20 +29,7 @@ struct Model {
   uint32_t mt[624];
   int i = 624;
   explicit Model(std::vector<uint32_t> key) {
-    if (key.empty()) key = {1};
-    mt[0] = 19650218u;
-    for (int k = 1; k < 624; ++k) mt[k] = 1812433253u * (mt[k - 1] ^ (mt[k - 1] >> 30)) + k;
-    int a = 1, b = 0, n = static_cast<int>(key.size());
-    for (int k = n > 624 ? n : 624; k; --k) {
-      mt[a] = (mt[a] ^ ((mt[a - 1] ^ (mt[a - 1] >> 30)) * 1664525u)) + key[b] + b;
-      if (++a >= 624) mt[0] = mt[623], a = 1;
-      if (++b >= n) b = 0;
-    }
-    for (int k = 623; k; --k) {
-      mt[a] = (mt[a] ^ ((mt[a - 1] ^ (mt[a - 1] >> 30)) * 1566083941u)) - a;
-      if (++a >= 624) mt[0] = mt[623], a = 1;
-    }
-    mt[0] = 0x80000000u;
+    model_key_seeding(mt, std::move(key));
   }
   uint32_t next() {
     if (i == 624) {

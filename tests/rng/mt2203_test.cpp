@@ -8,9 +8,11 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
+#include <utility>
 #include <vector>
 
 #include "orx/rng.h"
+#include "tests/rng/mt_seeding_model.h"
 #include "vsl/rng/engines/mt2203_table.h"
 
 namespace {
@@ -29,20 +31,7 @@ struct Model {
   int i = 69;
   Row row;
   Model(const Row& r, std::vector<uint32_t> key) : row(r) {
-    if (key.empty()) key = {1};
-    mt[0] = 19650218u;
-    for (int k = 1; k < 69; ++k) mt[k] = 1812433253u * (mt[k - 1] ^ (mt[k - 1] >> 30)) + k;
-    int a = 1, b = 0, n = static_cast<int>(key.size());
-    for (int k = n > 69 ? n : 69; k; --k) {
-      mt[a] = (mt[a] ^ ((mt[a - 1] ^ (mt[a - 1] >> 30)) * 1664525u)) + key[b] + b;
-      if (++a >= 69) mt[0] = mt[68], a = 1;
-      if (++b >= n) b = 0;
-    }
-    for (int k = 68; k; --k) {
-      mt[a] = (mt[a] ^ ((mt[a - 1] ^ (mt[a - 1] >> 30)) * 1566083941u)) - a;
-      if (++a >= 69) mt[0] = mt[68], a = 1;
-    }
-    mt[0] = 0x80000000u;
+    model_key_seeding(mt, std::move(key));
   }
   uint32_t next() {
     if (i == 69) {
