@@ -23,9 +23,8 @@
 
 #include "bench/ratio_reporter.h"
 #include "bench/rng_bench_common.h"
+#include "bench/rng_peer_fills.h"
 #include "orx/rng.h"
-
-static_assert(alignof(dsfmt_t) == 16, "compile with -DHAVE_SSE2 to match the dSFMT library");
 
 namespace {
 
@@ -76,28 +75,6 @@ void distribution_fill(benchmark::State& state) {
   });
 }
 
-void gsl_mt19937(benchmark::State& state) {
-  const std::unique_ptr<gsl_rng, decltype(&gsl_rng_free)> rng(gsl_rng_alloc(gsl_rng_mt19937),
-                                                              &gsl_rng_free);
-  if (!rng) return state.SkipWithError("gsl_rng_alloc failed");
-  gsl_rng_set(rng.get(), kSeed);
-  time_fills<double>(state, 1, [&](int n, double* r) {
-    for (int i = 0; i < n; ++i) r[i] = gsl_rng_uniform(rng.get());
-    return true;
-  });
-}
-
-void dsfmt(benchmark::State& state) {
-  if (state.range(0) % 2 != 0 || state.range(0) < dsfmt_get_min_array_size())
-    return state.SkipWithError("array size not accepted by dsfmt_fill_array_close_open");
-  const auto generator = std::make_unique<dsfmt_t>();
-  dsfmt_init_gen_rand(generator.get(), kSeed);
-  time_fills<double>(state, 1, [&](int n, double* r) {
-    dsfmt_fill_array_close_open(generator.get(), r, n);
-    return true;
-  });
-}
-
 // GSL's quasi-random generators hand out one point of d coordinates per
 // call, n / d points per fill (n is a multiple of d or the last point is cut
 // short through a scratch point). Each fill restarts the sequence, which
@@ -128,7 +105,7 @@ void register_all() {
       distribution_fill<std::mt19937, std::uniform_real_distribution<double>>);
   add("dMT19937/boost_mt19937",
       distribution_fill<boost::random::mt19937, boost::random::uniform_real_distribution<double>>);
-  add("dMT19937/gsl_mt19937", gsl_mt19937);
+  add("dMT19937/gsl_mt19937", [](benchmark::State& state) { gsl_uniform(state, gsl_rng_mt19937); });
   add("dSFMT19937/dsfmt", dsfmt);
   for (const unsigned d : {1u, 10u}) {
     const std::string suffix = "_d" + std::to_string(d);

@@ -30,13 +30,8 @@
 
 #include "bench/ratio_reporter.h"
 #include "bench/rng_bench_common.h"
+#include "bench/rng_peer_fills.h"
 #include "orx/rng.h"
-
-// The Debian dSFMT library is built with SSE2: its state is 16-byte aligned
-// and its fill uses aligned SSE2 loads and stores. The header must see
-// HAVE_SSE2 (set by the build) to give dsfmt_t the same layout.
-static_assert(alignof(dsfmt_t) == 16, "compile with -DHAVE_SSE2 to match the dSFMT library");
-static_assert(DSFMT_MEXP == 19937, "linked against libdSFMT-19937");
 
 namespace {
 
@@ -95,29 +90,6 @@ void std_minstd(benchmark::State& state) {
   std::uniform_real_distribution<double> u(0.0, 1.0);
   time_fills<double>(state, 1, [&](int n, double* r) {
     for (int i = 0; i < n; ++i) r[i] = u(engine);
-    return true;
-  });
-}
-
-// GSL generators, one gsl_rng_uniform call per value.
-void gsl_uniform(benchmark::State& state, const gsl_rng_type* type) {
-  const std::unique_ptr<gsl_rng, decltype(&gsl_rng_free)> rng(gsl_rng_alloc(type), &gsl_rng_free);
-  if (!rng) return state.SkipWithError("gsl_rng_alloc failed");
-  gsl_rng_set(rng.get(), kSeed);
-  time_fills<double>(state, 1, [&](int n, double* r) {
-    for (int i = 0; i < n; ++i) r[i] = gsl_rng_uniform(rng.get());
-    return true;
-  });
-}
-
-// dSFMT-19937's array fill (size even, at least its minimum, 16-byte aligned).
-void dsfmt(benchmark::State& state) {
-  if (state.range(0) % 2 != 0 || state.range(0) < dsfmt_get_min_array_size())
-    return state.SkipWithError("array size not accepted by dsfmt_fill_array_close_open");
-  const auto generator = std::make_unique<dsfmt_t>();  // aligned new: 16 bytes
-  dsfmt_init_gen_rand(generator.get(), kSeed);
-  time_fills<double>(state, 1, [&](int n, double* r) {
-    dsfmt_fill_array_close_open(generator.get(), r, n);
     return true;
   });
 }
