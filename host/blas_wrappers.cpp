@@ -24,6 +24,13 @@ bool gemm_arguments_valid(char transa, char transb, int64_t m, int64_t n, int64_
          ldc >= max1(m) && fits_int(ldc);
 }
 
+bool syrk_arguments_valid(char uplo, char trans, int64_t n, int64_t k, int64_t lda, int64_t ldc) {
+  if (!is_uplo(uplo) || !is_trans(trans)) return false;
+  if (n < 0 || k < 0 || !fits_int(n) || !fits_int(k)) return false;
+  const int64_t rows_a = transposes(trans) ? k : n;
+  return lda >= max1(rows_a) && fits_int(lda) && ldc >= max1(n) && fits_int(ldc);
+}
+
 CBLAS_TRANSPOSE to_cblas_trans(char c) { return transposes(c) ? CblasTrans : CblasNoTrans; }
 
 }  // namespace
@@ -62,4 +69,20 @@ void orx_blas_sgemm(char transa, char transb, int64_t m, int64_t n, int64_t k, f
   cblas_sgemm(CblasColMajor, to_cblas_trans(transa), to_cblas_trans(transb), static_cast<int>(m),
               static_cast<int>(n), static_cast<int>(k), alpha, a, static_cast<int>(lda), b,
               static_cast<int>(ldb), beta, c, static_cast<int>(ldc));
+}
+
+void orx_blas_dsyrk(char uplo, char trans, int64_t n, int64_t k, double alpha, const double* a,
+                    int64_t lda, double beta, double* c, int64_t ldc) noexcept {
+  if (!syrk_arguments_valid(uplo, trans, n, k, lda, ldc)) return;
+  cblas_dsyrk(CblasColMajor, to_cblas_uplo(uplo), to_cblas_trans(trans), static_cast<int>(n),
+              static_cast<int>(k), alpha, a, static_cast<int>(lda), beta, c,
+              static_cast<int>(ldc));
+}
+
+void orx_blas_ssyrk(char uplo, char trans, int64_t n, int64_t k, float alpha, const float* a,
+                    int64_t lda, float beta, float* c, int64_t ldc) noexcept {
+  if (!syrk_arguments_valid(uplo, trans, n, k, lda, ldc)) return;
+  cblas_ssyrk(CblasColMajor, to_cblas_uplo(uplo), to_cblas_trans(trans), static_cast<int>(n),
+              static_cast<int>(k), alpha, a, static_cast<int>(lda), beta, c,
+              static_cast<int>(ldc));
 }

@@ -1,6 +1,7 @@
 // orx_host_services: the table of host entry points handed to threaded kernels.
 #include "allocator.h"
 #include "orx/host.h"
+#include "orx_serv.h"
 #include "thread_count.h"
 #include "thread_pool.h"
 
@@ -25,3 +26,5 @@ const void* const* orx_host_services() noexcept {
       entry(kRun), entry(kSetNumThreads), entry(kAllocate), entry(kDeallocate), entry(kNumThreads)};
   return table;
 }
+
+const void* const* orx_serv_host_services() noexcept { return orx_host_services(); }

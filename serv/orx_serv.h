@@ -25,6 +25,11 @@ ORX_API void orx_serv_orx_free(void* block) ORX_NOEXCEPT;
    Other numbers, or a count that does not match, print the number alone. */
 ORX_API void orx_serv_orx_print(int kind, int message, int argc, ...) ORX_NOEXCEPT;
 
+/* The host's service table (layout in orx/host.h) for the entry points that
+   are not handed one, the statistics computes: they take the parallel runner
+   (entry 0) and the thread count (entry 4) from it. */
+ORX_API const void* const* orx_serv_host_services(void) ORX_NOEXCEPT;
+
 /* Dense linear algebra, column-major, arguments by value. Sizes must fit the
    32-bit integers of the BLAS/LAPACK underneath; larger ones compute nothing
    (and set *info = -2 where there is an info). */
@@ -32,6 +37,14 @@ ORX_API void orx_blas_dsyr(char uplo, int64_t n, double alpha, const double* x, 
                            double* a, int64_t lda) ORX_NOEXCEPT;
 ORX_API void orx_blas_ssyr(char uplo, int64_t n, float alpha, const float* x, int64_t incx,
                            float* a, int64_t lda) ORX_NOEXCEPT;
+/* Symmetric rank-k update C <- alpha A A^T + beta C ('N') or alpha A^T A +
+   beta C ('T'), the `uplo` triangle of C only (n x n). */
+ORX_API void orx_blas_dsyrk(char uplo, char trans, int64_t n, int64_t k, double alpha,
+                            const double* a, int64_t lda, double beta, double* c,
+                            int64_t ldc) ORX_NOEXCEPT;
+ORX_API void orx_blas_ssyrk(char uplo, char trans, int64_t n, int64_t k, float alpha,
+                            const float* a, int64_t lda, float beta, float* c,
+                            int64_t ldc) ORX_NOEXCEPT;
 ORX_API void orx_blas_dgemm(char transa, char transb, int64_t m, int64_t n, int64_t k,
                             double alpha, const double* a, int64_t lda, const double* b,
                             int64_t ldb, double beta, double* c, int64_t ldc) ORX_NOEXCEPT;

@@ -1,0 +1,312 @@
+// The basic-statistics kernels: one template over layout, weighting,
+// cross-product and moment set (128 instances per precision, listed by name
+// in basic_table.h). Each folds a block of observations into running
+// estimates kept in double:
+//   per observation (block_mode 0), with W the weight total before it:
+//     r = 1 / (W + w),  m <- (W m + w x) r,  a_k <- (W a_k + w x^k) r,
+//     C <- C + (w W r) (x - m)(x - m)^T   (old means, before m moves);
+//   per block of kFoldObservations (block_mode 1): the block's sums
+//     S_k = sum w x^k and totals are formed first and folded in once,
+//     m <- (W m + S_1) / (W + W_b); the block's cross-product is taken about
+//     s (the mean before the block, or the block's first observation when
+//     W = 0) and corrected to the new mean:
+//     C <- C + sum w (x - s)(x - s)^T - (W + W_b) (m' - s)(m' - s)^T.
+// Weighted kernels skip the observations before the first positive weight
+// (w > 0; NaN is not); from it on every observation counts. The cross-product
+// kernels keep the means up to date even without the mean letter, since the
+// cross-product is taken about them. Only the upper triangle of C (column
+// major, leading dimension p) is kept.
+#ifndef ORX_SS_BASIC_BASIC_KERNEL_H
+#define ORX_SS_BASIC_BASIC_KERNEL_H
+
+#include <emmintrin.h>
+
+#include <cstdint>
+
+#include "vsl/ss/basic/sse_pair.h"
+
+namespace orx::ss {
+
+enum class Layout { Rows, Columns };
+
+// Observations folded per block in block mode: long enough to amortise the
+// fold, short enough that plain summation keeps its error near eps * 1024.
+constexpr int64_t kFoldObservations = 1024;
+
+// Arguments of a kernel. The state arrays (mean, raw moments, the cross
+// product's columns at k*p, scratch) are doubles that share their alignment
+// modulo 16 bytes; the loops over variables go two-wide from the first
+// 16-byte-aligned variable on, with a scalar head and tail.
+template <class T>
+struct BasicBlock {
+  int64_t first_obs = 0, last_obs = 0;  // observations [first_obs, last_obs)
+  int64_t ld = 0;                       // leading dimension: n (rows), p (columns)
+  int64_t first_var = 0, last_var = 0;  // variables [first_var, last_var)
+  int64_t p = 0;                        // leading dimension of the cross-product
+  const T* x = nullptr;                 // observations
+  const T* w = nullptr;                 // weights (weighted kernels)
+  double* totals = nullptr;             // sum w, sum w^2, sum w^3, sum w^4
+  double* mean = nullptr;
+  double* raw2 = nullptr;
+  double* raw3 = nullptr;
+  double* raw4 = nullptr;
+  double* cross = nullptr;
+  double* scratch = nullptr;  // basic_scratch_doubles(p), 16-byte aligned
+  int block_mode = 0;
+  bool skip_leading = true;  // weighted: skip the leading non-positive weights
+};
+
+// Scratch of a kernel: differences, centre and four sums, p each (even).
+inline int64_t basic_scratch_doubles(int64_t p) { return 6 * ((p + 1) & ~int64_t{1}); }
+
+template <class T>
+using BasicKernel = int (*)(const BasicBlock<T>&);
+
+template <class T, Layout L, bool Weighted, bool Cross, bool Mean, bool Raw2, bool Raw3, bool Raw4>
+class BasicFold {
+  static constexpr bool kMean = Mean || Cross;
+
+ public:
+  explicit BasicFold(const BasicBlock<T>& b)
+      : b_(b), stride_((b.p + 1) & ~int64_t{1}), diff_(b.scratch), centre_(b.scratch + stride_),
+        sum_{b.scratch + 2 * stride_, b.scratch + 3 * stride_, b.scratch + 4 * stride_,
+             b.scratch + 5 * stride_} {}
+
+  int run() {
+    int64_t j = b_.first_obs;
+    if constexpr (Weighted) {
+      if (b_.skip_leading)
+        while (j < b_.last_obs && !(b_.w[j] > 0)) ++j;
+    }
+    if (b_.block_mode) {
+      for (; j < b_.last_obs; j += kFoldObservations)
+        fold_block(j, j + kFoldObservations < b_.last_obs ? j + kFoldObservations : b_.last_obs);
+    } else {
+      for (; j < b_.last_obs; ++j) fold_observation(j);
+    }
+    return 0;
+  }
+
+ private:
+  double weight(int64_t j) const {
+    if constexpr (Weighted) return static_cast<double>(b_.w[j]);
+    return 1.0;
+  }
+  double value(int64_t i, int64_t j) const {
+    if constexpr (L == Layout::Columns) return static_cast<double>(b_.x[j * b_.ld + i]);
+    return static_cast<double>(b_.x[i * b_.ld + j]);
+  }
+  __m128d value_pair(int64_t i, int64_t j) const {
+    if constexpr (L == Layout::Columns) return load_pair(b_.x + j * b_.ld + i);
+    return load_strided_pair(b_.x + i * b_.ld + j, b_.ld);
+  }
+  const double* alignment_reference() const {
+    if constexpr (kMean) return b_.mean;
+    if constexpr (Raw2) return b_.raw2;
+    if constexpr (Raw3) return b_.raw3;
+    return b_.raw4;
+  }
+
+  // Runs scalar(i) on the head and tail and pair(i) on 16-byte-aligned pairs.
+  template <class Scalar, class Pair>
+  void for_variables(const double* reference, int64_t first, int64_t last, Scalar scalar,
+                     Pair pair) const {
+    int64_t i = first;
+    const int64_t head_end = first + scalar_head(reference + first, last - first);
+    for (; i < head_end; ++i) scalar(i);
+    for (; i + 1 < last; i += 2) pair(i);
+    for (; i < last; ++i) scalar(i);
+  }
+
+  static void add_totals(double* totals, double w) {
+    if constexpr (Weighted) {
+      const double w2 = w * w;
+      totals[0] += w;
+      totals[1] += w2;
+      totals[2] += w2 * w;
+      totals[3] += w2 * w2;
+    } else {
+      for (int k = 0; k < 4; ++k) totals[k] += 1.0;
+    }
+  }
+
+  // ---- one observation at a time -----------------------------------------
+  void fold_observation(int64_t j) {
+    const double w = weight(j);
+    const double W = b_.totals[0];
+    const double r = 1.0 / (W + w);
+    if constexpr (Cross) {
+      for (int64_t i = b_.first_var; i < b_.last_var; ++i)
+        diff_[i] = value(i, j) - b_.mean[i];
+      add_cross(diff_, w * W * r);
+    }
+    const __m128d Wv = _mm_set1_pd(W), wv = _mm_set1_pd(w), rv = _mm_set1_pd(r);
+    for_variables(
+        alignment_reference(), b_.first_var, b_.last_var,
+        [&](int64_t i) {
+          const double x = value(i, j);
+          update(i, W, Weighted ? w * x : x, w, x, r);
+        },
+        [&](int64_t i) { update_pair(i, Wv, wv, value_pair(i, j), rv); });
+    add_totals(b_.totals, w);
+  }
+
+  // state <- (W state + w x^k) r for each kept order; wx is w*x (x unweighted).
+  void update(int64_t i, double W, double wx, double w, double x, double r) {
+    if constexpr (kMean) b_.mean[i] = (W * b_.mean[i] + wx) * r;
+    const double x2 = x * x;
+    const double x3 = x2 * x;
+    if constexpr (Raw2) b_.raw2[i] = (W * b_.raw2[i] + (Weighted ? w * x2 : x2)) * r;
+    if constexpr (Raw3) b_.raw3[i] = (W * b_.raw3[i] + (Weighted ? w * x3 : x3)) * r;
+    if constexpr (Raw4) {
+      const double x4 = x * x3;
+      b_.raw4[i] = (W * b_.raw4[i] + (Weighted ? w * x4 : x4)) * r;
+    }
+  }
+  static __m128d fold(__m128d state, __m128d W, __m128d wxk, __m128d r) {
+    return _mm_mul_pd(_mm_add_pd(_mm_mul_pd(W, state), wxk), r);
+  }
+  static __m128d weigh(__m128d w, __m128d v) {
+    if constexpr (Weighted) return _mm_mul_pd(w, v);
+    return v;
+  }
+  void update_pair(int64_t i, __m128d W, __m128d w, __m128d x, __m128d r) {
+    if constexpr (kMean) _mm_store_pd(b_.mean + i, fold(_mm_load_pd(b_.mean + i), W, weigh(w, x), r));
+    const __m128d x2 = _mm_mul_pd(x, x);
+    const __m128d x3 = _mm_mul_pd(x2, x);
+    if constexpr (Raw2) _mm_store_pd(b_.raw2 + i, fold(_mm_load_pd(b_.raw2 + i), W, weigh(w, x2), r));
+    if constexpr (Raw3) _mm_store_pd(b_.raw3 + i, fold(_mm_load_pd(b_.raw3 + i), W, weigh(w, x3), r));
+    if constexpr (Raw4) {
+      const __m128d x4 = _mm_mul_pd(x, x3);
+      _mm_store_pd(b_.raw4 + i, fold(_mm_load_pd(b_.raw4 + i), W, weigh(w, x4), r));
+    }
+  }
+
+  // C[i, k] += (f d[k]) d[i] for first_var <= i <= k < last_var.
+  void add_cross(const double* d, double f) {
+    for (int64_t k = b_.first_var; k < b_.last_var; ++k) {
+      double* column = b_.cross + k * b_.p;
+      const double g = f * d[k];
+      const __m128d gv = _mm_set1_pd(g);
+      for_variables(
+          column, b_.first_var, k + 1, [&](int64_t i) { column[i] += g * d[i]; },
+          [&](int64_t i) {
+            _mm_store_pd(column + i,
+                         _mm_add_pd(_mm_load_pd(column + i), _mm_mul_pd(gv, _mm_loadu_pd(d + i))));
+          });
+    }
+  }
+
+  // ---- a block of observations at once -----------------------------------
+  void fold_block(int64_t first, int64_t last) {
+    const double W = b_.totals[0];
+    double block_totals[4] = {0.0, 0.0, 0.0, 0.0};
+    for (int64_t j = first; j < last; ++j) add_totals(block_totals, weight(j));
+    for (int k = 0; k < 4; ++k)
+      for (int64_t i = b_.first_var; i < b_.last_var; ++i) sum_[k][i] = 0.0;
+    if constexpr (L == Layout::Rows) {
+      for (int64_t i = b_.first_var; i < b_.last_var; ++i) sum_row(i, first, last);
+    } else {
+      for (int64_t j = first; j < last; ++j) sum_column(j);
+    }
+    if constexpr (Cross) {
+      for (int64_t i = b_.first_var; i < b_.last_var; ++i)
+        centre_[i] = W > 0 ? b_.mean[i] : value(i, first);
+      for (int64_t j = first; j < last; ++j) {
+        for (int64_t i = b_.first_var; i < b_.last_var; ++i) diff_[i] = value(i, j) - centre_[i];
+        add_cross(diff_, weight(j));
+      }
+    }
+    const double total = W + block_totals[0];
+    const double r = 1.0 / total;
+    for (int64_t i = b_.first_var; i < b_.last_var; ++i) {
+      if constexpr (kMean) b_.mean[i] = (W * b_.mean[i] + sum_[0][i]) * r;
+      if constexpr (Raw2) b_.raw2[i] = (W * b_.raw2[i] + sum_[1][i]) * r;
+      if constexpr (Raw3) b_.raw3[i] = (W * b_.raw3[i] + sum_[2][i]) * r;
+      if constexpr (Raw4) b_.raw4[i] = (W * b_.raw4[i] + sum_[3][i]) * r;
+    }
+    if constexpr (Cross) {
+      for (int64_t i = b_.first_var; i < b_.last_var; ++i) diff_[i] = b_.mean[i] - centre_[i];
+      add_cross(diff_, -total);
+    }
+    for (int k = 0; k < 4; ++k) b_.totals[k] += block_totals[k];
+  }
+
+  // Sums of variable i over observations [first, last): contiguous in the
+  // rows layout, so two observations per step.
+  void sum_row(int64_t i, int64_t first, int64_t last) {
+    const T* row = b_.x + i * b_.ld;
+    __m128d acc[4] = {_mm_setzero_pd(), _mm_setzero_pd(), _mm_setzero_pd(), _mm_setzero_pd()};
+    int64_t j = first;
+    for (; j + 1 < last; j += 2) {
+      const __m128d x = load_pair(row + j);
+      __m128d w = _mm_set1_pd(1.0);
+      if constexpr (Weighted) w = load_pair(b_.w + j);
+      accumulate(acc, w, x);
+    }
+    double s[4];
+    for (int k = 0; k < 4; ++k) {
+      const __m128d high = _mm_unpackhi_pd(acc[k], acc[k]);
+      s[k] = _mm_cvtsd_f64(_mm_add_sd(acc[k], high));
+    }
+    for (; j < last; ++j) {
+      const double x = static_cast<double>(row[j]);
+      const double w = weight(j);
+      const double x2 = x * x;
+      const double x3 = x2 * x;
+      s[0] += Weighted ? w * x : x;
+      s[1] += Weighted ? w * x2 : x2;
+      s[2] += Weighted ? w * x3 : x3;
+      s[3] += Weighted ? w * (x * x3) : x * x3;
+    }
+    for (int k = 0; k < 4; ++k) sum_[k][i] = s[k];
+  }
+
+  // Adds observation j's terms to the sums, two variables per step.
+  void sum_column(int64_t j) {
+    const double w = weight(j);
+    const __m128d wv = _mm_set1_pd(w);
+    for_variables(
+        alignment_reference(), b_.first_var, b_.last_var,
+        [&](int64_t i) {
+          const double x = value(i, j);
+          const double x2 = x * x;
+          const double x3 = x2 * x;
+          sum_[0][i] += Weighted ? w * x : x;
+          sum_[1][i] += Weighted ? w * x2 : x2;
+          sum_[2][i] += Weighted ? w * x3 : x3;
+          sum_[3][i] += Weighted ? w * (x * x3) : x * x3;
+        },
+        [&](int64_t i) {
+          __m128d acc[4] = {_mm_load_pd(sum_[0] + i), _mm_load_pd(sum_[1] + i),
+                            _mm_load_pd(sum_[2] + i), _mm_load_pd(sum_[3] + i)};
+          accumulate(acc, wv, value_pair(i, j));
+          for (int k = 0; k < 4; ++k) _mm_store_pd(sum_[k] + i, acc[k]);
+        });
+  }
+
+  // acc[k] += w x^(k+1) for the kept orders.
+  static void accumulate(__m128d* acc, __m128d w, __m128d x) {
+    const __m128d x2 = _mm_mul_pd(x, x);
+    const __m128d x3 = _mm_mul_pd(x2, x);
+    if constexpr (kMean) acc[0] = _mm_add_pd(acc[0], weigh(w, x));
+    if constexpr (Raw2) acc[1] = _mm_add_pd(acc[1], weigh(w, x2));
+    if constexpr (Raw3) acc[2] = _mm_add_pd(acc[2], weigh(w, x3));
+    if constexpr (Raw4) acc[3] = _mm_add_pd(acc[3], weigh(w, _mm_mul_pd(x, x3)));
+  }
+
+  const BasicBlock<T>& b_;
+  const int64_t stride_;
+  double* diff_;
+  double* centre_;
+  double* sum_[4];
+};
+
+template <class T, Layout L, bool Weighted, bool Cross, bool Mean, bool Raw2, bool Raw3, bool Raw4>
+int basic_kernel(const BasicBlock<T>& block) {
+  return BasicFold<T, L, Weighted, Cross, Mean, Raw2, Raw3, Raw4>(block).run();
+}
+
+}  // namespace orx::ss
+
+#endif
