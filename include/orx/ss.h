@@ -278,7 +278,8 @@ typedef struct SummaryStatsTask {
    weights, indices, int_width). Checks in order: dimension pointer null or
    p <= 0 -> -4001; only with non-null observations: storage pointer null ->
    -4044, storage code neither layout -> -4003, count pointer null or n <= 0
-   -> -4002; allocation (alignment 128) -> -4000. A task may be created
+   -> -4002; allocation (alignment 128) -> -4000; a null `task` address ->
+   -4031 (on every failure a non-null address receives null). A task may be created
    before its data exist (null observations) and completed by the editors.
    Integer arguments are read with the width that int_width gives. */
 ORX_API int __vsldSSNewTask(SummaryStatsTask** task, const void* dimension,
@@ -292,8 +293,10 @@ ORX_API int __vslsSSNewTask(SummaryStatsTask** task, const void* dimension,
 
 /* Single-field editors: null task -> -4031; an id outside the editor's range
    (3..66 floating-point, 1..64 integer) or of the other kind -> -3; a null
-   pointer -> the id's own status (SS_ED_* table in the documentation of the
-   ids above; the field keeps its value); else the pointer is stored, 0.
+   pointer -> the status named after the id's field (SS_ERR_BAD_<field>_ADDR
+   above: id 7 gives SS_ERR_BAD_MEAN_ADDR, id 25 SS_ERR_BAD_QUANT_ORDER_ADDR,
+   every integer code field SS_ERR_BAD_STORAGE_ADDR; the field keeps its
+   value); else the pointer is stored, 0.
    Result arrays are written through the pointers given. */
 ORX_API int __vsldSSEditTask(SummaryStatsTask* task, int id, const double* address);
 ORX_API int __vslsSSEditTask(SummaryStatsTask* task, int id, const float* address);
@@ -350,9 +353,9 @@ ORX_API int __vslsSSEditRCov(SummaryStatsTask* task, const void* method, const v
                              const float* params, const float* robust_mean,
                              const float* robust_cov);
 ORX_API int __vsldSSEditOutDetect(SummaryStatsTask* task, const void* param_count,
-                                  const double* params, const double* weights);
+                                  const double* params, const double* outlier_weights);
 ORX_API int __vslsSSEditOutDetect(SummaryStatsTask* task, const void* param_count,
-                                  const float* params, const float* weights);
+                                  const float* params, const float* outlier_weights);
 ORX_API int __vsldSSEditMissingVals(SummaryStatsTask* task, const void* param_count,
                                     const double* params, const void* initial_count,
                                     const double* initial_estimates, const void* prior_count,
