@@ -56,8 +56,9 @@ struct BasicBlock {
   bool skip_leading = true;  // weighted: skip the leading non-positive weights
 };
 
-// Scratch of a kernel: differences, centre and four sums, p each (even).
-inline int64_t basic_scratch_doubles(int64_t p) { return 6 * ((p + 1) & ~int64_t{1}); }
+// Scratch of a kernel: four observations' differences, the centre and four
+// sums, p each (rounded up to even).
+inline int64_t basic_scratch_doubles(int64_t p) { return 9 * ((p + 1) & ~int64_t{1}); }
 
 template <class T>
 using BasicKernel = int (*)(const BasicBlock<T>&);
@@ -68,9 +69,9 @@ class BasicFold {
 
  public:
   explicit BasicFold(const BasicBlock<T>& b)
-      : b_(b), stride_((b.p + 1) & ~int64_t{1}), diff_(b.scratch), centre_(b.scratch + stride_),
-        sum_{b.scratch + 2 * stride_, b.scratch + 3 * stride_, b.scratch + 4 * stride_,
-             b.scratch + 5 * stride_} {}
+      : b_(b), stride_((b.p + 1) & ~int64_t{1}), diff_(b.scratch), centre_(b.scratch + 4 * stride_),
+        sum_{b.scratch + 5 * stride_, b.scratch + 6 * stride_, b.scratch + 7 * stride_,
+             b.scratch + 8 * stride_} {}
 
   int run() {
     int64_t j = b_.first_obs;
@@ -202,17 +203,25 @@ class BasicFold {
     const double W = b_.totals[0];
     double block_totals[4] = {0.0, 0.0, 0.0, 0.0};
     for (int64_t j = first; j < last; ++j) add_totals(block_totals, weight(j));
-    for (int k = 0; k < 4; ++k)
-      for (int64_t i = b_.first_var; i < b_.last_var; ++i) sum_[k][i] = 0.0;
     if constexpr (L == Layout::Rows) {
       for (int64_t i = b_.first_var; i < b_.last_var; ++i) sum_row(i, first, last);
     } else {
-      for (int64_t j = first; j < last; ++j) sum_column(j);
+      sum_columns(first, last);
     }
     if constexpr (Cross) {
       for (int64_t i = b_.first_var; i < b_.last_var; ++i)
         centre_[i] = W > 0 ? b_.mean[i] : value(i, first);
-      for (int64_t j = first; j < last; ++j) {
+      int64_t j = first;
+      for (; j + 4 <= last; j += 4) {
+        double w[4];
+        for (int u = 0; u < 4; ++u) {
+          double* d = diff_ + u * stride_;
+          for (int64_t i = b_.first_var; i < b_.last_var; ++i) d[i] = value(i, j + u) - centre_[i];
+          w[u] = weight(j + u);
+        }
+        add_cross4(w);
+      }
+      for (; j < last; ++j) {
         for (int64_t i = b_.first_var; i < b_.last_var; ++i) diff_[i] = value(i, j) - centre_[i];
         add_cross(diff_, weight(j));
       }
@@ -232,57 +241,100 @@ class BasicFold {
     for (int k = 0; k < 4; ++k) b_.totals[k] += block_totals[k];
   }
 
+  // Four observations' rank-one terms in one sweep over C: each element gets
+  // the same four additions, in observation order, as four sweeps would give,
+  // for a quarter of the loads and stores of C.
+  void add_cross4(const double* w) {
+    const double* d[4] = {diff_, diff_ + stride_, diff_ + 2 * stride_, diff_ + 3 * stride_};
+    for (int64_t k = b_.first_var; k < b_.last_var; ++k) {
+      double* column = b_.cross + k * b_.p;
+      double g[4];
+      __m128d gv[4];
+      for (int u = 0; u < 4; ++u) {
+        g[u] = w[u] * d[u][k];
+        gv[u] = _mm_set1_pd(g[u]);
+      }
+      for_variables(
+          column, b_.first_var, k + 1,
+          [&](int64_t i) {
+            double c = column[i];
+            for (int u = 0; u < 4; ++u) c += g[u] * d[u][i];
+            column[i] = c;
+          },
+          [&](int64_t i) {
+            __m128d c = _mm_load_pd(column + i);
+            for (int u = 0; u < 4; ++u) c = _mm_add_pd(c, _mm_mul_pd(gv[u], _mm_loadu_pd(d[u] + i)));
+            _mm_store_pd(column + i, c);
+          });
+    }
+  }
+
+  // The orders whose sums are kept, and how many independent accumulator
+  // sets fit the sixteen SSE registers.
+  static constexpr int kOrders = (kMean ? 1 : 0) + Raw2 + Raw3 + Raw4;
+  static constexpr int kSets = kOrders <= 2 ? 4 : 2;
+
   // Sums of variable i over observations [first, last): contiguous in the
-  // rows layout, so two observations per step.
+  // rows layout, so two observations per step, kSets steps interleaved.
   void sum_row(int64_t i, int64_t first, int64_t last) {
     const T* row = b_.x + i * b_.ld;
-    __m128d acc[4] = {_mm_setzero_pd(), _mm_setzero_pd(), _mm_setzero_pd(), _mm_setzero_pd()};
+    __m128d acc[kSets][4];
+    for (auto& set : acc)
+      for (auto& a : set) a = _mm_setzero_pd();
     int64_t j = first;
-    for (; j + 1 < last; j += 2) {
-      const __m128d x = load_pair(row + j);
-      __m128d w = _mm_set1_pd(1.0);
-      if constexpr (Weighted) w = load_pair(b_.w + j);
-      accumulate(acc, w, x);
+    for (; j + 2 * kSets <= last; j += 2 * kSets) {
+      for (int u = 0; u < kSets; ++u) {
+        __m128d w = _mm_set1_pd(1.0);
+        if constexpr (Weighted) w = load_pair(b_.w + j + 2 * u);
+        accumulate(acc[u], w, load_pair(row + j + 2 * u));
+      }
     }
     double s[4];
     for (int k = 0; k < 4; ++k) {
-      const __m128d high = _mm_unpackhi_pd(acc[k], acc[k]);
-      s[k] = _mm_cvtsd_f64(_mm_add_sd(acc[k], high));
+      __m128d a = acc[0][k];
+      for (int u = 1; u < kSets; ++u) a = _mm_add_pd(a, acc[u][k]);
+      s[k] = _mm_cvtsd_f64(_mm_add_sd(a, _mm_unpackhi_pd(a, a)));
     }
-    for (; j < last; ++j) {
-      const double x = static_cast<double>(row[j]);
-      const double w = weight(j);
-      const double x2 = x * x;
-      const double x3 = x2 * x;
-      s[0] += Weighted ? w * x : x;
-      s[1] += Weighted ? w * x2 : x2;
-      s[2] += Weighted ? w * x3 : x3;
-      s[3] += Weighted ? w * (x * x3) : x * x3;
-    }
+    for (; j < last; ++j) add_terms(s, weight(j), static_cast<double>(row[j]));
     for (int k = 0; k < 4; ++k) sum_[k][i] = s[k];
   }
 
-  // Adds observation j's terms to the sums, two variables per step.
-  void sum_column(int64_t j) {
-    const double w = weight(j);
-    const __m128d wv = _mm_set1_pd(w);
-    for_variables(
-        alignment_reference(), b_.first_var, b_.last_var,
-        [&](int64_t i) {
-          const double x = value(i, j);
-          const double x2 = x * x;
-          const double x3 = x2 * x;
-          sum_[0][i] += Weighted ? w * x : x;
-          sum_[1][i] += Weighted ? w * x2 : x2;
-          sum_[2][i] += Weighted ? w * x3 : x3;
-          sum_[3][i] += Weighted ? w * (x * x3) : x * x3;
-        },
-        [&](int64_t i) {
-          __m128d acc[4] = {_mm_load_pd(sum_[0] + i), _mm_load_pd(sum_[1] + i),
-                            _mm_load_pd(sum_[2] + i), _mm_load_pd(sum_[3] + i)};
-          accumulate(acc, wv, value_pair(i, j));
-          for (int k = 0; k < 4; ++k) _mm_store_pd(sum_[k] + i, acc[k]);
-        });
+  // Sums over observations [first, last) in the columns layout: groups of
+  // variable pairs whose accumulators stay in registers across the
+  // observations (the block is re-read per group from cache).
+  void sum_columns(int64_t first, int64_t last) {
+    constexpr int64_t kPairs = kOrders <= 2 ? 4 : 2;
+    int64_t i = b_.first_var;
+    for (; i + 2 * kPairs <= b_.last_var; i += 2 * kPairs) sum_column_pairs<kPairs>(i, first, last);
+    for (; i + 2 <= b_.last_var; i += 2) sum_column_pairs<1>(i, first, last);
+    for (; i < b_.last_var; ++i) {
+      double s[4] = {0.0, 0.0, 0.0, 0.0};
+      for (int64_t j = first; j < last; ++j) add_terms(s, weight(j), value(i, j));
+      for (int k = 0; k < 4; ++k) sum_[k][i] = s[k];
+    }
+  }
+
+  template <int64_t kPairs>
+  void sum_column_pairs(int64_t i, int64_t first, int64_t last) {
+    __m128d acc[kPairs][4];
+    for (auto& set : acc)
+      for (auto& a : set) a = _mm_setzero_pd();
+    for (int64_t j = first; j < last; ++j) {
+      const __m128d w = _mm_set1_pd(weight(j));
+      const T* x = b_.x + j * b_.ld + i;
+      for (int64_t u = 0; u < kPairs; ++u) accumulate(acc[u], w, load_pair(x + 2 * u));
+    }
+    for (int64_t u = 0; u < kPairs; ++u)
+      for (int k = 0; k < 4; ++k) _mm_storeu_pd(sum_[k] + i + 2 * u, acc[u][k]);
+  }
+
+  static void add_terms(double* s, double w, double x) {
+    const double x2 = x * x;
+    const double x3 = x2 * x;
+    s[0] += Weighted ? w * x : x;
+    s[1] += Weighted ? w * x2 : x2;
+    s[2] += Weighted ? w * x3 : x3;
+    s[3] += Weighted ? w * (x * x3) : x * x3;
   }
 
   // acc[k] += w x^(k+1) for the kept orders.

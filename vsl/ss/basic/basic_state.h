@@ -7,6 +7,8 @@
 
 #include <cstdint>
 
+#include "vsl/ss/basic/basic_kernel.h"
+
 namespace orx::ss {
 
 // Doubles rounded up to an even count, so every array starts 16-byte aligned.
@@ -29,7 +31,7 @@ struct BasicStateLayout {
   int chunk_buffers = 0;      // 0, 1 or 2 such buffers
 
   int64_t state_doubles() const {
-    return 4 + 4 * even(q) + (cross ? even(q * q) : 0) + 6 * even(q);
+    return 4 + 4 * even(q) + (cross ? even(q * q) : 0) + basic_scratch_doubles(q);
   }
   int64_t thread_doubles() const { return state_doubles() + chunk_buffers * even(chunk_doubles); }
 

@@ -98,12 +98,11 @@ using orx::ss::set_fields;
                              {SS_ED_ROBUST_MEAN, robust_mean},                                     \
                              {SS_ED_ROBUST_COV, robust_cov}});                                     \
   }                                                                                                \
-  /* `weights` receives the outlier weights (id 43), not the observations' weights. */             \
   int __vsl##P##SSEditOutDetect(SummaryStatsTask* task, const void* param_count, const T* params,  \
-                                const T* weights) {                                                \
+                                const T* outlier_weights) {                                        \
     return set_fields(task, {{SS_ED_OUTLIERS_PARAMS_N, param_count},                               \
                              {SS_ED_OUTLIERS_PARAMS, params},                                      \
-                             {SS_ED_OUTLIERS_WEIGHT, weights}});                                   \
+                             {SS_ED_OUTLIERS_WEIGHT, outlier_weights}});                           \
   }                                                                                                \
   int __vsl##P##SSEditMissingVals(SummaryStatsTask* task, const void* param_count,                 \
                                   const T* params, const void* initial_count,                      \
