@@ -427,7 +427,12 @@ ORX_API void __vslSQuantilesFreeBuffers(SummaryStatsTask* task);
    as it stood before the block, by the library's kernel or, for p of at
    least 12 (measured: below that the kernel is faster), by the host BLAS,
    and corrected to the new mean. Both are a single pass over the data and
-   agree to rounding.
+   agree to rounding. Accuracy far from the origin differs: the fast method
+   centres every block on the running mean and forms the new mean from the
+   small differences, so data with mean 1e9 and spread 1 keep their
+   covariance to about 1e-9 relative; the one-pass update rounds W m + w x,
+   of size W |m|, at every observation, and its running mean wanders by a few
+   eps |m| sqrt(n), which leaves about 1e-7 relative on the same data.
 
    Finished estimates, from the totals W, V and the running mean m, raw
    moments a2, a3, a4 and cross-product C = sum w (x - m)(x - m)^T:

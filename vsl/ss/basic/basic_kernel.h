@@ -9,8 +9,8 @@
 //     S_k = sum w x^k and totals are formed first and folded in once,
 //     m <- (W m + S_1) / (W + W_b); the block's cross-product is taken about
 //     s (the mean before the block, or the block's first observation when
-//     W = 0) and corrected to the new mean:
-//     C <- C + sum w (x - s)(x - s)^T - (W + W_b) (m' - s)(m' - s)^T.
+//     W = 0), d = x - s, and corrected to the new mean m = s + sum w d /
+//     (W + W_b): C <- C + sum w d d^T - (sum w d)(sum w d)^T / (W + W_b).
 // Weighted kernels skip the observations before the first positive weight
 // (w > 0; NaN is not); from it on every observation counts. The cross-product
 // kernels keep the means up to date even without the mean letter, since the
@@ -56,9 +56,9 @@ struct BasicBlock {
   bool skip_leading = true;  // weighted: skip the leading non-positive weights
 };
 
-// Scratch of a kernel: four observations' differences, the centre and four
-// sums, p each (rounded up to even).
-inline int64_t basic_scratch_doubles(int64_t p) { return 9 * ((p + 1) & ~int64_t{1}); }
+// Scratch of a kernel: four observations' differences, the centre, four
+// sums and the sum of the weighted differences, p each (rounded up to even).
+inline int64_t basic_scratch_doubles(int64_t p) { return 10 * ((p + 1) & ~int64_t{1}); }
 
 template <class T>
 using BasicKernel = int (*)(const BasicBlock<T>&);
@@ -71,7 +71,8 @@ class BasicFold {
   explicit BasicFold(const BasicBlock<T>& b)
       : b_(b), stride_((b.p + 1) & ~int64_t{1}), diff_(b.scratch), centre_(b.scratch + 4 * stride_),
         sum_{b.scratch + 5 * stride_, b.scratch + 6 * stride_, b.scratch + 7 * stride_,
-             b.scratch + 8 * stride_} {}
+             b.scratch + 8 * stride_},
+        diff_sum_(b.scratch + 9 * stride_) {}
 
   int run() {
     int64_t j = b_.first_obs;
@@ -209,36 +210,45 @@ class BasicFold {
       sum_columns(first, last);
     }
     if constexpr (Cross) {
-      for (int64_t i = b_.first_var; i < b_.last_var; ++i)
+      for (int64_t i = b_.first_var; i < b_.last_var; ++i) {
         centre_[i] = W > 0 ? b_.mean[i] : value(i, first);
+        diff_sum_[i] = 0;
+      }
       int64_t j = first;
       for (; j + 4 <= last; j += 4) {
         double w[4];
-        for (int u = 0; u < 4; ++u) {
-          double* d = diff_ + u * stride_;
-          for (int64_t i = b_.first_var; i < b_.last_var; ++i) d[i] = value(i, j + u) - centre_[i];
-          w[u] = weight(j + u);
-        }
+        for (int u = 0; u < 4; ++u) w[u] = centred(j + u, diff_ + u * stride_);
         add_cross4(w);
       }
-      for (; j < last; ++j) {
-        for (int64_t i = b_.first_var; i < b_.last_var; ++i) diff_[i] = value(i, j) - centre_[i];
-        add_cross(diff_, weight(j));
-      }
+      for (; j < last; ++j) add_cross(diff_, centred(j, diff_));
     }
     const double total = W + block_totals[0];
     const double r = 1.0 / total;
     for (int64_t i = b_.first_var; i < b_.last_var; ++i) {
-      if constexpr (kMean) b_.mean[i] = (W * b_.mean[i] + sum_[0][i]) * r;
+      // With a cross-product the new mean is s + sum(w d) / (W + W_b): the
+      // same value, but rounded once near the mean rather than in sums of
+      // size W |mean|, so the next block's centre is as exact as it can be.
+      if constexpr (Cross) b_.mean[i] = centre_[i] + diff_sum_[i] * r;
+      else if constexpr (kMean) b_.mean[i] = (W * b_.mean[i] + sum_[0][i]) * r;
       if constexpr (Raw2) b_.raw2[i] = (W * b_.raw2[i] + sum_[1][i]) * r;
       if constexpr (Raw3) b_.raw3[i] = (W * b_.raw3[i] + sum_[2][i]) * r;
       if constexpr (Raw4) b_.raw4[i] = (W * b_.raw4[i] + sum_[3][i]) * r;
     }
-    if constexpr (Cross) {
-      for (int64_t i = b_.first_var; i < b_.last_var; ++i) diff_[i] = b_.mean[i] - centre_[i];
-      add_cross(diff_, -total);
-    }
+    // The block's mean minus the centre is sum(w d) / W_b, formed from the
+    // small differences rather than from the rounded new mean, which would
+    // lose eps*|mean| against the spread: C -= sum(w d) sum(w d)^T / (W + W_b).
+    if constexpr (Cross) add_cross(diff_sum_, -r);
     for (int k = 0; k < 4; ++k) b_.totals[k] += block_totals[k];
+  }
+
+  // d <- observation j minus the centre; adds w d to the sum of differences.
+  double centred(int64_t j, double* d) {
+    const double w = weight(j);
+    for (int64_t i = b_.first_var; i < b_.last_var; ++i) {
+      d[i] = value(i, j) - centre_[i];
+      diff_sum_[i] += Weighted ? w * d[i] : d[i];
+    }
+    return w;
   }
 
   // Four observations' rank-one terms in one sweep over C: each element gets
@@ -352,6 +362,7 @@ class BasicFold {
   double* diff_;
   double* centre_;
   double* sum_[4];
+  double* diff_sum_;
 };
 
 template <class T, Layout L, bool Weighted, bool Cross, bool Mean, bool Raw2, bool Raw3, bool Raw4>

@@ -107,8 +107,9 @@ class BasicRange {
 
   // The chunk's cross-product about s (the mean before it, or its first
   // observation when nothing is folded yet) by one BLAS product of the
-  // centred chunk with itself, then the kernel for totals and moments, and
-  // the rank-one correction to the new mean.
+  // centred chunk d = x - s with itself, the kernel for totals and moments,
+  // and the rank-one correction to the new mean, -(sum w d)(sum w d)^T / W
+  // with W the weight total after the chunk (as the kernels' block mode).
   void fold_centred_chunk(int64_t a, int64_t e) {
     const int64_t q = plan_.q, m = e - a;
     double* d = plan_.layout.chunk_at(base_, kCentredBuffer);
@@ -118,27 +119,40 @@ class BasicRange {
       centre[v] = started ? state_.mean[v] : static_cast<double>(at(v, a));
     for (int64_t j = 0; j < m; ++j)
       for (int64_t v = 0; v < q; ++v) d[j * q + v] = static_cast<double>(at(v, a + j)) - centre[v];
+    double* diff_sum = centre;
+    for (int64_t v = 0; v < q; ++v) diff_sum[v] = 0;
     if (plan_.w) {
       double* wd = plan_.layout.chunk_at(base_, kWeightedBuffer);
       for (int64_t j = 0; j < m; ++j) {
         const double wj = static_cast<double>(plan_.w[a + j]);
-        for (int64_t v = 0; v < q; ++v) wd[j * q + v] = wj * d[j * q + v];
+        for (int64_t v = 0; v < q; ++v) {
+          wd[j * q + v] = wj * d[j * q + v];
+          diff_sum[v] += wd[j * q + v];
+        }
       }
       orx_blas_dgemm('N', 'T', q, q, m, 1.0, wd, q, d, q, 1.0, state_.cross, q);
     } else {
+      for (int64_t j = 0; j < m; ++j)
+        for (int64_t v = 0; v < q; ++v) diff_sum[v] += d[j * q + v];
       orx_blas_dsyrk('U', 'N', q, m, 1.0, d, q, 1.0, state_.cross, q);
     }
-    // The centre moves out of the scratch before the kernel reuses it.
-    double* shift = d;
-    for (int64_t v = 0; v < q; ++v) shift[v] = centre[v];
+    // The centre and the sums move out of the scratch before the kernel
+    // reuses it (the centred chunk is no longer needed).
+    double* kept_centre = d + q;
+    for (int64_t v = 0; v < q; ++v) {
+      kept_centre[v] = started ? state_.mean[v] : static_cast<double>(at(v, a));
+      d[v] = diff_sum[v];
+    }
     if (plan_.gather) {
       const T* g = gather(a, e);
       fold(g, true, q, 0, m, plan_.w ? plan_.w + a : nullptr, false);
     } else {
       fold(plan_.x, plan_.columns, plan_.columns ? plan_.p : plan_.n, a, e, plan_.w, false);
     }
-    for (int64_t v = 0; v < q; ++v) shift[v] = state_.mean[v] - shift[v];
-    orx_blas_dsyr('U', q, -state_.totals[0], shift, 1, state_.cross, q);
+    // The new mean from the small differences, as the kernels' block mode.
+    const double r = 1.0 / state_.totals[0];
+    for (int64_t v = 0; v < q; ++v) state_.mean[v] = kept_centre[v] + d[v] * r;
+    orx_blas_dsyr('U', q, -r, d, 1, state_.cross, q);
   }
 
   const BasicPlan<T>& plan_;
