@@ -388,9 +388,11 @@ ORX_API void __vslSQuantilesFreeBuffers(SummaryStatsTask* task);
    _vsldSSBasic(task, estimates, method) computes the estimates among bits
    SS_MEAN .. SS_VARIATION, SS_COV and SS_COR of `estimates` (other bits are
    left to their own computes). Checks in order:
-   1. storage field null -> -4044; code neither layout -> -4003;
+   1. storage field null -> -4044; a code with bit 0x10000 is the rows
+      layout, else one with bit 0x20000 the columns layout, else -4003;
    2. every estimate the request depends on has its result array: the mean
-      for everything; raw moments 2..k for central moment k; central moments
+      for everything but the raw moments (which need only themselves); raw
+      moments 2..k for central moment k; central moments
       2 and 4 for kurtosis, 2 and 3 for skewness, 2 for the variation
       coefficient; the first missing in the order mean, raw 2-4, central 2-4,
       covariance, correlation, kurtosis, skewness, variation gives its status;
@@ -425,7 +427,8 @@ ORX_API void __vslSQuantilesFreeBuffers(SummaryStatsTask* task);
    observations is summed first and folded in once (m <- (W m + sum w x) /
    (W + sum w)); the block's cross-product is formed about the running mean
    as it stood before the block, by the library's kernel or, for p of at
-   least 12 (measured: below that the kernel is faster), by the host BLAS,
+   least 4 (measured: at 2 and 3 variables the kernel is about 25% faster,
+   from 4 on the BLAS product is as fast or up to 20% faster), by the host BLAS,
    and corrected to the new mean. Both are a single pass over the data and
    agree to rounding. Accuracy far from the origin differs: the fast method
    centres every block on the running mean and forms the new mean from the
@@ -455,7 +458,11 @@ ORX_API void __vslSQuantilesFreeBuffers(SummaryStatsTask* task);
    A later compute recovers C from the covariance when covariance is
    requested (C = cov * (W^2 - V) / W), else from the correlation. Where
    W^2 - V is 0 (a single effective observation) the variance-type results
-   are NaN and C is taken as 0. A zero variance gives NaN correlations.
+   are NaN and C is taken as 0. A zero variance gives NaN correlations. The
+   one-pass update multiplies by the rounded 1 / (W + w), so a constant
+   variable's running mean moves by an ulp now and then and its variance is
+   zero only to rounding (of the order of eps^2 x^2); the fast method gives
+   it exactly 0.
 
    Threads: the observations are split over the host's threads (the service
    table of orx_serv_host_services(): entry 4 gives the count, entry 0 runs

@@ -19,7 +19,7 @@ constexpr int64_t kValuesPerThread = 32768;
 constexpr int64_t kMaxThreads = 64;
 // The cross-product goes through the host BLAS from this many processed
 // variables on (fast method only): below it the kernel's own loop wins.
-constexpr int64_t kBlasMinVariables = 2;
+constexpr int64_t kBlasMinVariables = 4;
 // Values per gathered or centred chunk: 256 KB of doubles, cache-resident.
 constexpr int64_t kChunkValues = 32768;
 

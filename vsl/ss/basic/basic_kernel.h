@@ -30,8 +30,11 @@ namespace orx::ss {
 enum class Layout { Rows, Columns };
 
 // Observations folded per block in block mode: long enough to amortise the
-// fold, short enough that plain summation keeps its error near eps * 1024.
-constexpr int64_t kFoldObservations = 1024;
+// fold, short enough that plain summation keeps its error near eps * 4096.
+// In the columns layout a block is re-read once per group of variables, so
+// it is also held to 4096 values (32 KB, the first-level cache).
+constexpr int64_t kFoldObservations = 4096;
+constexpr int64_t kFoldValuesColumns = 4096;
 
 // Arguments of a kernel. The state arrays (mean, raw moments, the cross
 // product's columns at k*p, scratch) are doubles that share their alignment
@@ -81,8 +84,9 @@ class BasicFold {
         while (j < b_.last_obs && !(b_.w[j] > 0)) ++j;
     }
     if (b_.block_mode) {
-      for (; j < b_.last_obs; j += kFoldObservations)
-        fold_block(j, j + kFoldObservations < b_.last_obs ? j + kFoldObservations : b_.last_obs);
+      const int64_t length = fold_length();
+      for (; j < b_.last_obs; j += length)
+        fold_block(j, j + length < b_.last_obs ? j + length : b_.last_obs);
     } else {
       for (; j < b_.last_obs; ++j) fold_observation(j);
     }
@@ -90,6 +94,13 @@ class BasicFold {
   }
 
  private:
+  int64_t fold_length() const {
+    if constexpr (L == Layout::Rows) return kFoldObservations;
+    if (b_.last_var <= b_.first_var) return kFoldObservations;
+    const int64_t per_variable = kFoldValuesColumns / (b_.last_var - b_.first_var);
+    return per_variable < 16 ? 16 : (per_variable > kFoldObservations ? kFoldObservations
+                                                                       : per_variable);
+  }
   double weight(int64_t j) const {
     if constexpr (Weighted) return static_cast<double>(b_.w[j]);
     return 1.0;
