@@ -117,24 +117,44 @@ class BasicRange {
     const bool started = state_.totals[0] > 0;
     for (int64_t v = 0; v < q; ++v)
       centre[v] = started ? state_.mean[v] : static_cast<double>(at(v, a));
-    for (int64_t j = 0; j < m; ++j)
-      for (int64_t v = 0; v < q; ++v) d[j * q + v] = static_cast<double>(at(v, a + j)) - centre[v];
-    double* diff_sum = centre;
-    for (int64_t v = 0; v < q; ++v) diff_sum[v] = 0;
-    if (plan_.w) {
-      double* wd = plan_.layout.chunk_at(base_, kWeightedBuffer);
-      for (int64_t j = 0; j < m; ++j) {
-        const double wj = static_cast<double>(plan_.w[a + j]);
-        for (int64_t v = 0; v < q; ++v) {
-          wd[j * q + v] = wj * d[j * q + v];
-          diff_sum[v] += wd[j * q + v];
-        }
+    // Rows read in place are centred row by row, into a variable-major
+    // block (element (v, j) at v*m + j), so reads and writes both stream;
+    // otherwise observation-major (element (v, j) at j*q + v).
+    const bool by_variable = !plan_.columns && !plan_.gather;
+    const int64_t step_v = by_variable ? m : 1, step_j = by_variable ? 1 : q;
+    if (by_variable) {
+      for (int64_t v = 0; v < q; ++v) {
+        const T* row = plan_.x + plan_.vars[v] * plan_.n + a;
+        for (int64_t j = 0; j < m; ++j) d[v * m + j] = static_cast<double>(row[j]) - centre[v];
       }
-      orx_blas_dgemm('N', 'T', q, q, m, 1.0, wd, q, d, q, 1.0, state_.cross, q);
     } else {
       for (int64_t j = 0; j < m; ++j)
-        for (int64_t v = 0; v < q; ++v) diff_sum[v] += d[j * q + v];
-      orx_blas_dsyrk('U', 'N', q, m, 1.0, d, q, 1.0, state_.cross, q);
+        for (int64_t v = 0; v < q; ++v)
+          d[j * q + v] = static_cast<double>(at(v, a + j)) - centre[v];
+    }
+    double* diff_sum = centre;
+    double* weighted = plan_.w ? plan_.layout.chunk_at(base_, kWeightedBuffer) : d;
+    for (int64_t v = 0; v < q; ++v) {
+      double sum = 0;
+      for (int64_t j = 0; j < m; ++j) {
+        const int64_t at_vj = v * step_v + j * step_j;
+        if (plan_.w) weighted[at_vj] = static_cast<double>(plan_.w[a + j]) * d[at_vj];
+        sum += weighted[at_vj];
+      }
+      diff_sum[v] = sum;
+    }
+    // C += (w d)^T d over the chunk: a symmetric rank-m update unweighted,
+    // a product of the weighted block with the block otherwise (weights may
+    // be negative after the first positive one, so no square roots).
+    const char trans = by_variable ? 'T' : 'N';
+    const int64_t ld = by_variable ? m : q;
+    if (plan_.w) {
+      if (by_variable)
+        orx_blas_dgemm('T', 'N', q, q, m, 1.0, weighted, ld, d, ld, 1.0, state_.cross, q);
+      else
+        orx_blas_dgemm('N', 'T', q, q, m, 1.0, weighted, ld, d, ld, 1.0, state_.cross, q);
+    } else {
+      orx_blas_dsyrk('U', trans, q, m, 1.0, d, ld, 1.0, state_.cross, q);
     }
     // The centre and the sums move out of the scratch before the kernel
     // reuses it (the centred chunk is no longer needed).
