@@ -117,7 +117,7 @@ int basic_compute(SummaryStatsTask* task, uint64_t estimates, int method) {
   plan.chunk = kChunkValues / q < 64 ? 64 : (kChunkValues / q > 4096 ? 4096 : kChunkValues / q);
   plan.layout.q = q;
   plan.layout.cross = plan.cross;
-  plan.layout.chunk_doubles = plan.chunk * q;
+  plan.layout.chunk_doubles = (plan.chunk + 2) * q;  // the BLAS path keeps two vectors past its block
   plan.layout.chunk_buffers = plan.blas ? 3 : (plan.gather ? 1 : 0);
 
   const HostThreads host = host_threads();

@@ -368,16 +368,36 @@ class BasicFold {
   // src[jj * ld + v + (first_var - shift)].
   template <class S>
   void sum_column_groups(const S* src, int64_t ld, int64_t shift, int64_t first, int64_t last) {
-    constexpr int64_t kPairs = kOrders <= 2 ? 4 : 2;
+    // Up to 16 accumulators: 8 pairs for one order, 4 for two, 2 for more.
+    constexpr int64_t kMaxPairs = kOrders <= 1 ? 8 : (kOrders == 2 ? 4 : 2);
     int64_t i = b_.first_var;
-    for (; i + 2 * kPairs <= b_.last_var; i += 2 * kPairs)
-      sum_column_pairs<kPairs>(src + (i - shift), ld, i, first, last);
-    for (; i + 2 <= b_.last_var; i += 2) sum_column_pairs<1>(src + (i - shift), ld, i, first, last);
+    while (i + 2 <= b_.last_var) {
+      int64_t pairs = (b_.last_var - i) / 2;
+      if (pairs > kMaxPairs) pairs = kMaxPairs;
+      sum_column_group(pairs, src + (i - shift), ld, i, first, last);
+      i += 2 * pairs;
+    }
     for (; i < b_.last_var; ++i) {
       double s[4] = {0.0, 0.0, 0.0, 0.0};
       for (int64_t j = first; j < last; ++j)
         add_terms(s, weight(j), static_cast<double>(src[(j - first) * ld + (i - shift)]));
       for (int k = 0; k < 4; ++k) sum_[k][i] = s[k];
+    }
+  }
+
+  // One pass of `pairs` pairs (1..8) over the observations.
+  template <class S>
+  void sum_column_group(int64_t pairs, const S* src, int64_t ld, int64_t i, int64_t first,
+                        int64_t last) {
+    switch (pairs) {
+      case 1: return sum_column_pairs<1>(src, ld, i, first, last);
+      case 2: return sum_column_pairs<2>(src, ld, i, first, last);
+      case 3: return sum_column_pairs<3>(src, ld, i, first, last);
+      case 4: return sum_column_pairs<4>(src, ld, i, first, last);
+      case 5: return sum_column_pairs<5>(src, ld, i, first, last);
+      case 6: return sum_column_pairs<6>(src, ld, i, first, last);
+      case 7: return sum_column_pairs<7>(src, ld, i, first, last);
+      default: return sum_column_pairs<8>(src, ld, i, first, last);
     }
   }
 

@@ -121,27 +121,33 @@ class BasicRange {
     // block (element (v, j) at v*m + j), so reads and writes both stream;
     // otherwise observation-major (element (v, j) at j*q + v).
     const bool by_variable = !plan_.columns && !plan_.gather;
-    const int64_t step_v = by_variable ? m : 1, step_j = by_variable ? 1 : q;
+    double* diff_sum = d + q * m;  // past the block: see chunk_doubles
+    double* weighted = plan_.w ? plan_.layout.chunk_at(base_, kWeightedBuffer) : d;
+    for (int64_t v = 0; v < q; ++v) diff_sum[v] = 0;
     if (by_variable) {
       for (int64_t v = 0; v < q; ++v) {
         const T* row = plan_.x + plan_.vars[v] * plan_.n + a;
-        for (int64_t j = 0; j < m; ++j) d[v * m + j] = static_cast<double>(row[j]) - centre[v];
+        double sum = 0;
+        for (int64_t j = 0; j < m; ++j) {
+          const double dv = static_cast<double>(row[j]) - centre[v];
+          d[v * m + j] = dv;
+          const double wd = plan_.w ? static_cast<double>(plan_.w[a + j]) * dv : dv;
+          if (plan_.w) weighted[v * m + j] = wd;
+          sum += wd;
+        }
+        diff_sum[v] = sum;
       }
     } else {
-      for (int64_t j = 0; j < m; ++j)
-        for (int64_t v = 0; v < q; ++v)
-          d[j * q + v] = static_cast<double>(at(v, a + j)) - centre[v];
-    }
-    double* diff_sum = centre;
-    double* weighted = plan_.w ? plan_.layout.chunk_at(base_, kWeightedBuffer) : d;
-    for (int64_t v = 0; v < q; ++v) {
-      double sum = 0;
       for (int64_t j = 0; j < m; ++j) {
-        const int64_t at_vj = v * step_v + j * step_j;
-        if (plan_.w) weighted[at_vj] = static_cast<double>(plan_.w[a + j]) * d[at_vj];
-        sum += weighted[at_vj];
+        const double wj = plan_.w ? static_cast<double>(plan_.w[a + j]) : 1.0;
+        for (int64_t v = 0; v < q; ++v) {
+          const double dv = static_cast<double>(at(v, a + j)) - centre[v];
+          d[j * q + v] = dv;
+          const double wd = plan_.w ? wj * dv : dv;
+          if (plan_.w) weighted[j * q + v] = wd;
+          diff_sum[v] += wd;
+        }
       }
-      diff_sum[v] = sum;
     }
     // C += (w d)^T d over the chunk: a symmetric rank-m update unweighted,
     // a product of the weighted block with the block otherwise (weights may
@@ -156,23 +162,37 @@ class BasicRange {
     } else {
       orx_blas_dsyrk('U', trans, q, m, 1.0, d, ld, 1.0, state_.cross, q);
     }
-    // The centre and the sums move out of the scratch before the kernel
-    // reuses it (the centred chunk is no longer needed).
-    double* kept_centre = d + q;
-    for (int64_t v = 0; v < q; ++v) {
-      kept_centre[v] = started ? state_.mean[v] : static_cast<double>(at(v, a));
-      d[v] = diff_sum[v];
-    }
-    if (plan_.gather) {
-      const T* g = gather(a, e);
-      fold(g, true, q, 0, m, plan_.w ? plan_.w + a : nullptr, false);
+    // The centre moves out of the scratch before the kernel reuses it.
+    double* kept_centre = diff_sum + q;
+    for (int64_t v = 0; v < q; ++v) kept_centre[v] = centre[v];
+    if (plan_.raw2 || plan_.raw3 || plan_.raw4) {
+      if (plan_.gather) {
+        const T* g = gather(a, e);
+        fold(g, true, q, 0, m, plan_.w ? plan_.w + a : nullptr, false);
+      } else {
+        fold(plan_.x, plan_.columns, plan_.columns ? plan_.p : plan_.n, a, e, plan_.w, false);
+      }
     } else {
-      fold(plan_.x, plan_.columns, plan_.columns ? plan_.p : plan_.n, a, e, plan_.w, false);
+      add_chunk_totals(a, e);  // the mean follows from the differences alone
     }
     // The new mean from the small differences, as the kernels' block mode.
     const double r = 1.0 / state_.totals[0];
-    for (int64_t v = 0; v < q; ++v) state_.mean[v] = kept_centre[v] + d[v] * r;
-    orx_blas_dsyr('U', q, -r, d, 1, state_.cross, q);
+    for (int64_t v = 0; v < q; ++v) state_.mean[v] = kept_centre[v] + diff_sum[v] * r;
+    orx_blas_dsyr('U', q, -r, diff_sum, 1, state_.cross, q);
+  }
+
+  // The weight totals of observations [a, e), added as the kernels add them.
+  void add_chunk_totals(int64_t a, int64_t e) {
+    double t[4] = {0, 0, 0, 0};
+    for (int64_t j = a; j < e; ++j) {
+      const double w = plan_.w ? static_cast<double>(plan_.w[j]) : 1.0;
+      const double w2 = w * w;
+      t[0] += w;
+      t[1] += w2;
+      t[2] += w2 * w;
+      t[3] += w2 * w2;
+    }
+    for (int k = 0; k < 4; ++k) state_.totals[k] += t[k];
   }
 
   const BasicPlan<T>& plan_;
