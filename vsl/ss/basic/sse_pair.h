@@ -14,7 +14,8 @@ namespace orx::ss {
 // variables are contiguous).
 inline __m128d load_pair(const double* x) { return _mm_loadu_pd(x); }
 inline __m128d load_pair(const float* x) {
-  return _mm_cvtps_pd(_mm_castpd_ps(_mm_load_sd(reinterpret_cast<const double*>(x))));
+  // Two floats are 8 bytes but only 4-byte aligned: an unaligned 64-bit load.
+  return _mm_cvtps_pd(_mm_castsi128_ps(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(x))));
 }
 
 // x[0] and x[stride] (the rows layout: two variables' observations).
