@@ -90,8 +90,10 @@ int basic_compute(SummaryStatsTask* task, uint64_t estimates, int method) {
   if (const int status = check_task(t, closure, method, &columns, &p, &n)) return status;
   if (closure == 0) return 0;
 
+  // A variable is processed unless its index entry is 0.
+  auto processed = [&t](int64_t i) { return t.indices == nullptr || read_int(t, t.indices, i) != 0; };
   int64_t q = 0;
-  for (int64_t i = 0; i < p; ++i) q += t.indices == nullptr || read_int(t, t.indices, i) != 0;
+  for (int64_t i = 0; i < p; ++i) q += processed(i);
   if (q == 0) return 0;
   const T* w = static_cast<const T*>(t.weights);
   int64_t first = 0;
@@ -133,7 +135,7 @@ int basic_compute(SummaryStatsTask* task, uint64_t estimates, int method) {
 
   auto* vars = reinterpret_cast<int64_t*>(work);
   for (int64_t i = 0, v = 0; i < p; ++i)
-    if (t.indices == nullptr || read_int(t, t.indices, i) != 0) vars[v++] = i;
+    if (processed(i)) vars[v++] = i;
   plan.vars = vars;
 
   BasicState states[kMaxThreads];

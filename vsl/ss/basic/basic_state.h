@@ -28,7 +28,7 @@ struct BasicStateLayout {
   int64_t q = 0;
   bool cross = false;
   int64_t chunk_doubles = 0;  // gathered observations or centred block, per buffer
-  int chunk_buffers = 0;      // 0, 1 or 2 such buffers
+  int chunk_buffers = 0;      // 0, 1 (gathered) or 3 (the BLAS path) such buffers
 
   int64_t state_doubles() const {
     return 4 + 4 * even(q) + (cross ? even(q * q) : 0) + basic_scratch_doubles(q);
