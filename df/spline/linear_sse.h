@@ -26,6 +26,7 @@ struct Sse<double> {
   static void storeu(double* p, V v) { _mm_storeu_pd(p, v); }
   static void stream(double* p, V v) { _mm_stream_pd(p, v); }
   static V set1(double a) { return _mm_set1_pd(a); }
+  static V add(V a, V b) { return _mm_add_pd(a, b); }
   static V sub(V a, V b) { return _mm_sub_pd(a, b); }
   static V mul(V a, V b) { return _mm_mul_pd(a, b); }
   static V div(V a, V b) { return _mm_div_pd(a, b); }
@@ -47,6 +48,7 @@ struct Sse<float> {
   static void storeu(float* p, V v) { _mm_storeu_ps(p, v); }
   static void stream(float* p, V v) { _mm_stream_ps(p, v); }
   static V set1(float a) { return _mm_set1_ps(a); }
+  static V add(V a, V b) { return _mm_add_ps(a, b); }
   static V sub(V a, V b) { return _mm_sub_ps(a, b); }
   static V mul(V a, V b) { return _mm_mul_ps(a, b); }
   static V div(V a, V b) { return _mm_div_ps(a, b); }

@@ -85,6 +85,15 @@
 #define DF_BC_2ND_RIGHT_DER 32
 #define DF_BC_PERIODIC 64
 #define DF_BC_Q_VAL 128 /* standard quadratic: value at the first cell's midpoint */
+/* Cubic spline types (order 4): the construction kind. Type 1 is refused. */
+#define DF_CUBIC_DEFAULT 0
+#define DF_CUBIC_NATURAL 2
+#define DF_CUBIC_HERMITE 3
+#define DF_CUBIC_BESSEL 4
+#define DF_CUBIC_AKIMA 5
+/* Internal-condition type of the Hermite cubic: first derivatives given at
+   the inner knots. */
+#define DF_IC_1ST_DER 1
 
 #ifdef __cplusplus
 extern "C" {
