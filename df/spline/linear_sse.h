@@ -33,6 +33,8 @@ struct Sse<double> {
   // (a0, b0, ...) and (..., a_last, b_last): the pairs of the lanes in order.
   static V pairs_low(V a, V b) { return _mm_unpacklo_pd(a, b); }
   static V pairs_high(V a, V b) { return _mm_unpackhi_pd(a, b); }
+  // (a1, b0): the last lane of a followed by the first of b.
+  static V shift_in(V a, V b) { return _mm_shuffle_pd(a, b, 1); }
 };
 
 template <>
@@ -54,6 +56,11 @@ struct Sse<float> {
   static V div(V a, V b) { return _mm_div_ps(a, b); }
   static V pairs_low(V a, V b) { return _mm_unpacklo_ps(a, b); }
   static V pairs_high(V a, V b) { return _mm_unpackhi_ps(a, b); }
+  // (a3, b0, b1, b2): the last lane of a followed by the first three of b.
+  static V shift_in(V a, V b) {
+    const V joined = _mm_shuffle_ps(a, b, _MM_SHUFFLE(0, 0, 3, 3));
+    return _mm_shuffle_ps(joined, b, _MM_SHUFFLE(2, 1, 2, 0));
+  }
 };
 
 inline bool aligned16(const void* p) { return (reinterpret_cast<uintptr_t>(p) & 15u) == 0; }

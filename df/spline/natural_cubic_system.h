@@ -12,6 +12,7 @@
 
 #include "df/spline/cubic_conditions.h"
 #include "df/spline/cubic_grid.h"
+#include "df/spline/linear_sse.h"
 
 namespace orx::df {
 
@@ -145,15 +146,42 @@ struct NaturalSystem {
   }
 
   // b[i] = 3 (t[i-1] + t[i]) for knots first .. last, t the scaled slopes;
-  // `before` is t of the cell before `first`.
+  // `before` is t of the cell before `first`. kWidth knots per step, each
+  // lane the scalar expression's operations in the same order.
   template <class Values>
   static void inner_rhs(const Values& y, const CubicGrid<T, Grid>& g, int64_t first, int64_t last,
                         T before, T* b) {
-    for (int64_t i = first; i <= last; ++i) {
+    using S = Sse<T>;
+    using V = typename S::V;
+    const V three = S::set1(T(3));
+    V previous = S::set1(before);
+    int64_t i = first;
+    for (; i + S::kWidth - 1 <= last; i += S::kWidth) {
+      const V dy = S::sub(load_values(y, i + 1), load_values(y, i));
+      V t;
+      if constexpr (Grid::kUniform) t = S::mul(dy, S::set1(g.r));
+      else t = S::mul(S::div(dy, S::loadu(g.h + i)), S::loadu(g.rh + i));
+      S::storeu(b + i, S::mul(three, S::add(S::shift_in(previous, t), t)));
+      previous = t;
+    }
+    if (i > first) before = last_lane(previous);
+    for (; i <= last; ++i) {
       const T t = scaled_slope(g, g.slope(y[i], y[i + 1], i), i);
       b[i] = T(3) * (before + t);
       before = t;
     }
+  }
+
+  static T last_lane(typename Sse<T>::V v) {
+    alignas(16) T lanes[Sse<T>::kWidth];
+    Sse<T>::storeu(lanes, v);
+    return lanes[Sse<T>::kWidth - 1];
+  }
+
+  template <class Values>
+  static typename Sse<T>::V load_values(const Values& y, int64_t i) {
+    if constexpr (Values::kColumns) return Sse<T>::gather(y.base + i * y.stride, y.stride);
+    return Sse<T>::loadu(y.base + i);
   }
 
   // Order n = nx - 1: rows 0 .. n-1 are the inner rows of knots 0 .. n-1,

@@ -4,7 +4,8 @@
    (double) and s (float) twin. Each validates the task, maps bc_type to one
    of seven condition slots and calls the kernel for [storage][grid][slot]:
    storage 0 column storage (yhint 32), 1 row storage (0, 16, 128); grid 1
-   when the partition is uniform (bit 4 of xhint: x holds x[0] and x[1] only).
+   when the partition is uniform (xhint has DF_UNIFORM_PARTITION, the value
+   4: x holds x[0] and x[1] only).
 
    Coefficients: cell i (x[i] .. x[i+1], i = 0 .. nx-2) stores four values
    at 4*i of its function's block, the power form in d = t - x[i]. With
@@ -59,9 +60,10 @@
    off the periodic condition). A zero or non-finite pivot (repeated knots
    give an infinite reciprocal width) ends the construction with
    DF_ERR_LINEAR_SOLVER; coefficients may be partly written then.
-   The default kind (s_type 0) runs the natural kernels. Its periodic slot,
-   like the Hermite one, is refused with a null bc (DF_ERR_NULL_BC) although
-   the natural periodic construction reads no bc value.
+   The default kind (s_type 0) runs the natural kernels. The periodic
+   condition with a null bc is refused (DF_ERR_NULL_BC) when the task's
+   s_type is 0 or 3, whichever entry is called: the Hermite kind reads its
+   end derivative there, the natural kernels read nothing.
 
    ---- Local kinds: Bessel (4), Akima (5), Hermite (3) -------------------
    Each m[i] comes from the data near knot i; no system is solved and the
