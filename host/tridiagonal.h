@@ -7,16 +7,22 @@
 namespace orx::host {
 
 // Factors in place: dl[i] becomes the multiplier l(i+1,i), d the pivots.
-// Returns 0, or the 1-based position of the first zero pivot; the columns
-// before it are factored by then.
+// Returns 0, or the 1-based position of the first pivot that is zero or not
+// finite (a matrix holding 1/0 from repeated knots); the columns before it
+// are factored by then.
+template <class T>
+bool usable_pivot(T p) {
+  return p != T(0) && p - p == T(0);  // false for 0, infinities and NaN
+}
+
 template <class T>
 int64_t factor_tridiagonal(int64_t n, T* dl, T* d, const T* du) {
   for (int64_t i = 0; i + 1 < n; ++i) {
-    if (d[i] == T(0)) return i + 1;
+    if (!usable_pivot(d[i])) return i + 1;
     dl[i] /= d[i];
     d[i + 1] -= dl[i] * du[i];
   }
-  if (n > 0 && d[n - 1] == T(0)) return n;
+  if (n > 0 && !usable_pivot(d[n - 1])) return n;
   return 0;
 }
 

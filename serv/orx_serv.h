@@ -62,8 +62,8 @@ ORX_API void orx_lapack_spotri(char uplo, int64_t n, float* a, int64_t lda, int6
    - *dttrsb: solve with a factorization for nrhs right-hand sides, stored
      column-major in b with leading dimension ldb >= n; b receives the solution.
    - *dtsvb: factor and solve in one call.
-   info: 0 on success; k > 0 when the k-th pivot (1-based) is zero; -i when
-   argument i is invalid (n < 0, nrhs < 0, ldb < max(1, n)). */
+   info: 0 on success; k > 0 when the k-th pivot (1-based) is zero or not
+   finite; -i when argument i is invalid (n < 0, nrhs < 0, ldb < max(1, n)). */
 ORX_API void ddttrfb_4dfl(int64_t n, double* dl, double* d, double* du, int64_t* info) ORX_NOEXCEPT;
 ORX_API void sdttrfb_4dfl(int64_t n, float* dl, float* d, float* du, int64_t* info) ORX_NOEXCEPT;
 ORX_API void ddttrsb_4dfl(int64_t n, int64_t nrhs, const double* dl, const double* d,
