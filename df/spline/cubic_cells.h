@@ -14,6 +14,7 @@
 #include <cstdint>
 
 #include "df/spline/cubic_grid.h"
+#include "df/spline/spline_lanes.h"
 
 namespace orx::df {
 
@@ -53,13 +54,9 @@ void cubic_cells(const FunctionValues<T, Storage>& y, const CubicGrid<T, Grid>& 
   using V = typename S::V;
   const int64_t cells = nx - 1;
   const V three = S::set1(T(3)), two = S::set1(T(2));
-  const auto values = [&](int64_t i) {
-    if constexpr (Storage::kColumns) return S::gather(y.base + i * y.stride, y.stride);
-    return S::loadu(y.base + i);
-  };
   int64_t i = 0;
   for (; i + S::kWidth <= cells; i += S::kWidth) {
-    const V y0 = values(i), y1 = values(i + 1);
+    const V y0 = load_values(y, i), y1 = load_values(y, i + 1);
     const V m0 = S::loadu(m + i), m1 = S::loadu(m + i + 1);
     V s, r;
     if constexpr (Grid::kUniform) {

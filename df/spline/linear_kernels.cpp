@@ -7,10 +7,10 @@
 // block the same way. A pair is written 32 (doubles; 64 floats) cells after
 // its slope is computed, in the same loop, so that the divisions of later
 // cells overlap the stores of earlier ones; the slopes are still in L1 when
-// they are reread. Both steps run two doubles (four floats) at a time; the interleaving pass uses aligned loads
-// and stores when the coefficients (and, in row storage, the values) are
-// 16-byte aligned, non-temporal stores when the construction is also larger
-// than the last-level cache. The slope of cell i is
+// they are reread. Both steps run two doubles (four floats) at a time; the interleaving pass uses
+// aligned loads and stores when the coefficients (and, in row storage, the values) are 16-byte
+// aligned, non-temporal stores when the construction is also larger than the last-level cache. The
+// slope of cell i is
 //   (y[i+1] - y[i]) / (x[i+1] - x[i])   explicit partition,
 //   (y[i+1] - y[i]) * r                 uniform, r = (nx - 1) / (x[1] - x[0]),
 // the same bits in every lane and in the scalar tail.
@@ -20,6 +20,7 @@
 #include <cstdint>
 
 #include "df/spline/linear_sse.h"
+#include "df/spline/spline_lanes.h"
 #include "df/spline/spline_tables.h"
 
 namespace orx::df {
@@ -44,12 +45,6 @@ int64_t streaming_bytes() {
 }
 
 enum class Stores { kUnaligned, kAligned, kStreaming };
-
-template <class T, class Storage>
-typename Sse<T>::V load_values(const FunctionValues<T, Storage>& y, int64_t i) {
-  if constexpr (Storage::kColumns) return Sse<T>::gather(y.base + i * y.stride, y.stride);
-  return Sse<T>::loadu(y.base + i);
-}
 
 // The slopes of the kWidth cells i .. i + kWidth - 1, stored at slopes.
 template <class T, class Storage, class Grid>

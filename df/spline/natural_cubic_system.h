@@ -12,7 +12,7 @@
 
 #include "df/spline/cubic_conditions.h"
 #include "df/spline/cubic_grid.h"
-#include "df/spline/linear_sse.h"
+#include "df/spline/spline_lanes.h"
 
 namespace orx::df {
 
@@ -159,8 +159,10 @@ struct NaturalSystem {
     for (; i + S::kWidth - 1 <= last; i += S::kWidth) {
       const V dy = S::sub(load_values(y, i + 1), load_values(y, i));
       V t;
-      if constexpr (Grid::kUniform) t = S::mul(dy, S::set1(g.r));
-      else t = S::mul(S::div(dy, S::loadu(g.h + i)), S::loadu(g.rh + i));
+      if constexpr (Grid::kUniform)
+        t = S::mul(dy, S::set1(g.r));
+      else
+        t = S::mul(S::div(dy, S::loadu(g.h + i)), S::loadu(g.rh + i));
       S::storeu(b + i, S::mul(three, S::add(S::shift_in(previous, t), t)));
       previous = t;
     }
@@ -176,12 +178,6 @@ struct NaturalSystem {
     alignas(16) T lanes[Sse<T>::kWidth];
     Sse<T>::storeu(lanes, v);
     return lanes[Sse<T>::kWidth - 1];
-  }
-
-  template <class Values>
-  static typename Sse<T>::V load_values(const Values& y, int64_t i) {
-    if constexpr (Values::kColumns) return Sse<T>::gather(y.base + i * y.stride, y.stride);
-    return Sse<T>::loadu(y.base + i);
   }
 
   // Order n = nx - 1: rows 0 .. n-1 are the inner rows of knots 0 .. n-1,

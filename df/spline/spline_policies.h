@@ -31,7 +31,6 @@ struct UniformGrid {
 // y_table[0][i*ny + j] (columns).
 template <class T, class Storage>
 struct FunctionValues {
-  static constexpr bool kColumns = Storage::kColumns;
   const T* base;
   int64_t stride;
 

@@ -1,4 +1,4 @@
-// The host's tridiagonal routines by value type.
+// The host's tridiagonal routines by value type, each returning its info.
 #ifndef ORX_DF_SPLINE_TRIDIAGONAL_SOLVER_H
 #define ORX_DF_SPLINE_TRIDIAGONAL_SOLVER_H
 
@@ -9,46 +9,37 @@
 namespace orx::df {
 
 template <class T>
-struct Tridiagonal;
-
+struct TridiagonalRoutines;
 template <>
-struct Tridiagonal<double> {
-  static int64_t factor(int64_t n, double* dl, double* d, double* du) {
-    int64_t info = 0;
-    ddttrfb_4dfl(n, dl, d, du, &info);
-    return info;
-  }
-  static int64_t solve(int64_t n, int64_t nrhs, const double* dl, const double* d, const double* du,
-                       double* b, int64_t ldb) {
-    int64_t info = 0;
-    ddttrsb_4dfl(n, nrhs, dl, d, du, b, ldb, &info);
-    return info;
-  }
-  static int64_t factor_and_solve(int64_t n, int64_t nrhs, double* dl, double* d, double* du,
-                                  double* b, int64_t ldb) {
-    int64_t info = 0;
-    ddtsvb_4dfl(n, nrhs, dl, d, du, b, ldb, &info);
-    return info;
-  }
+struct TridiagonalRoutines<double> {
+  static constexpr auto factor = &ddttrfb_4dfl;
+  static constexpr auto solve = &ddttrsb_4dfl;
+  static constexpr auto factor_and_solve = &ddtsvb_4dfl;
+};
+template <>
+struct TridiagonalRoutines<float> {
+  static constexpr auto factor = &sdttrfb_4dfl;
+  static constexpr auto solve = &sdttrsb_4dfl;
+  static constexpr auto factor_and_solve = &sdtsvb_4dfl;
 };
 
-template <>
-struct Tridiagonal<float> {
-  static int64_t factor(int64_t n, float* dl, float* d, float* du) {
+template <class T>
+struct Tridiagonal {
+  using R = TridiagonalRoutines<T>;
+  static int64_t factor(int64_t n, T* dl, T* d, T* du) {
     int64_t info = 0;
-    sdttrfb_4dfl(n, dl, d, du, &info);
+    R::factor(n, dl, d, du, &info);
     return info;
   }
-  static int64_t solve(int64_t n, int64_t nrhs, const float* dl, const float* d, const float* du,
-                       float* b, int64_t ldb) {
+  static int64_t solve(int64_t n, int64_t nrhs, const T* dl, const T* d, const T* du, T* b,
+                       int64_t ldb) {
     int64_t info = 0;
-    sdttrsb_4dfl(n, nrhs, dl, d, du, b, ldb, &info);
+    R::solve(n, nrhs, dl, d, du, b, ldb, &info);
     return info;
   }
-  static int64_t factor_and_solve(int64_t n, int64_t nrhs, float* dl, float* d, float* du, float* b,
-                                  int64_t ldb) {
+  static int64_t factor_and_solve(int64_t n, int64_t nrhs, T* dl, T* d, T* du, T* b, int64_t ldb) {
     int64_t info = 0;
-    sdtsvb_4dfl(n, nrhs, dl, d, du, b, ldb, &info);
+    R::factor_and_solve(n, nrhs, dl, d, du, b, ldb, &info);
     return info;
   }
 };
